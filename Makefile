@@ -1,0 +1,52 @@
+# Set-up, build, run and test in one place. `make run` and `make test` install
+# whatever Debian packages are missing, configure and build in build/.
+
+BUILD     ?= build
+JOBS      ?= $(shell nproc 2>/dev/null || echo 2)
+EXAMPLE   ?= examples/nacl.prf
+PACKAGES  := cmake make g++ pkg-config libfftw3-dev libopenblas-dev libgtest-dev
+TABLE_PACKAGES := python3 python3-cctbx python3-spglib python3-gemmi python3-numpy
+SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+.PHONY: all deps configure build run test asan bench tables examples clean
+
+all: build
+
+# apt-get runs only for packages that dpkg does not know, so a second call is quick and offline-safe.
+deps:
+	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:$$missing"; \
+	  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get update -qq && \
+	  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; \
+	fi
+
+configure: deps
+	@[ -f $(BUILD)/CMakeCache.txt ] || cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	./$(BUILD)/halvorin $(EXAMPLE) < /dev/null
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# The whole test suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+asan: deps
+	@[ -f build-asan/CMakeCache.txt ] || cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DHALVORIN_SANITIZE=ON
+	cmake --build build-asan -j $(JOBS)
+	cd build-asan && ASAN_OPTIONS=detect_leaks=0 ctest --output-on-failure -j $(JOBS)
+
+bench: build
+	cmake --build $(BUILD) -j $(JOBS) --target $$(cd bench && ls *.cpp 2>/dev/null | sed 's/\.cpp$$//')
+
+# Developer-time only: regenerate the space-group and element tables.
+tables:
+	@missing=""; for p in $(TABLE_PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; fi
+	/usr/bin/python3 tools/make_tables.py data
+
+clean:
+	rm -rf $(BUILD) build-asan
