@@ -1,0 +1,190 @@
+// Dense matrices: assignment modes, inverse, determinant, products with the corner rule, solves.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "base/MatrixD.h"
+#include "base/Vector.h"
+#include "core/Matrix4D.h"
+
+namespace {
+
+// A row-by-row literal into a compact column-major MatrixDD.
+MatrixDD fromRows(int rows, int cols, std::initializer_list<double> values) {
+  MatrixDD M(rows, cols);
+  auto it = values.begin();
+  for (int i = 0; i < rows; ++i)
+    for (int j = 0; j < cols; ++j)
+      M(i, j) = *it++;
+  return M;
+}
+
+// An operator (R, t; 0, s) with R given row by row.
+Matrix4D affine(std::initializer_list<double> r, std::initializer_list<double> t, double s) {
+  MatrixDD rt = fromRows(3, 3, r);
+  Matrix4D W;
+  W.Initialize(rt);
+  for (int i = 0; i < 3; ++i)
+    W(i, 3) = t.begin()[i];
+  W(3, 3) = s;
+  return W;
+}
+
+void expectNear(const MatrixD& A, const MatrixD& B, double tolerance) {
+  ASSERT_EQ(A.Dim(0), B.Dim(0));
+  ASSERT_EQ(A.Dim(1), B.Dim(1));
+  for (int i = 0; i < A.Dim(0); ++i)
+    for (int j = 0; j < A.Dim(1); ++j)
+      EXPECT_NEAR(A(i, j), B(i, j), tolerance) << "element (" << i << ", " << j << ")";
+}
+
+TEST(MatrixInitialize, TransposeCutsAndAliases) {
+  const MatrixDD A = fromRows(3, 4, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+  const MatrixDD T(A, 'T');
+  EXPECT_EQ(T.Dim(0), 4);
+  EXPECT_EQ(T.ld, 4);
+  EXPECT_EQ(T(3, 1), A(1, 3));
+
+  // A 4 x 4 block into a 3 x 3 matrix is cut to it.
+  const Matrix4D W = affine({0, -1, 0, 1, -1, 0, 0, 0, 1}, {0.5, 0.25, 0}, 1);
+  Matrix3D R;
+  R.Initialize(W, 'N', -1.0);
+  expectNear(R, fromRows(3, 3, {0, 1, 0, -1, 1, 0, 0, 0, -1}), 0.0);
+
+  MatrixDD S = fromRows(2, 2, {1, 2, 3, 4});
+  S.Initialize(S, 'T');
+  expectNear(S, fromRows(2, 2, {1, 3, 2, 4}), 0.0);
+}
+
+TEST(MatrixInverse, InverseTimesMatrixIsIdentity) {
+  const MatrixDD A = fromRows(4, 4, {4, -2, 1, 0.5, 3, 6, -4, 2, 2, 1, 8, -1, 0.25, -3, 2, 5});
+  const MatrixDD Ainv(A, 'I');
+  MatrixDD product(4, 4), identity(4, 4);
+  identity.Initialize();
+  product.GeMM(Ainv, A);
+  expectNear(product, identity, 1e-13);
+  product.GeMM(A, Ainv);
+  expectNear(product, identity, 1e-13);
+}
+
+TEST(MatrixDeterminant, KnownValuesAndPivotSigns) {
+  // Permutations need row exchanges: the sign must come from the pivots.
+  EXPECT_NEAR(fromRows(3, 3, {0, 1, 0, 0, 0, 1, 1, 0, 0}).Determinant(), 1.0, 1e-15);
+  EXPECT_NEAR(fromRows(3, 3, {0, 1, 0, 1, 0, 0, 0, 0, 1}).Determinant(), -1.0, 1e-15);
+  EXPECT_NEAR(fromRows(3, 3, {2, -3, 1, 2, 0, -1, 1, 4, 5}).Determinant(), 49.0, 1e-12);
+  EXPECT_EQ(MatrixDD().Determinant(), 1.0);
+}
+
+TEST(MatrixEquality, ShapeAndTolerance) {
+  MatrixDD A = fromRows(2, 2, {1, 0, 0, 1});
+  MatrixDD B = fromRows(2, 2, {1, 0, 0, 1});
+  B(1, 0) = 0.5e-7;
+  EXPECT_TRUE(A.IsEqualTo(B));
+  B(1, 0) = 1.1920928955078125e-07;  // exactly the tolerance is a difference
+  EXPECT_FALSE(A.IsEqualTo(B));
+  EXPECT_FALSE(A.IsEqualTo(fromRows(2, 3, {1, 0, 0, 0, 1, 0})));
+}
+
+TEST(MatrixProduct, GeMMWithTransposeAndIntoItsOwnFactor) {
+  const MatrixDD A = fromRows(2, 3, {1, 2, 3, 4, 5, 6});
+  const MatrixDD B = fromRows(2, 2, {1, -1, 2, 0});
+  MatrixDD C = fromRows(3, 2, {1, 1, 1, 1, 1, 1});
+  C.GeMM(A, B, 'T', 'N', 2.0, 1.0);  // C = 2 A^T B + C
+  expectNear(C, fromRows(3, 2, {19, -1, 25, -3, 31, -5}), 1e-14);
+
+  MatrixDD D = fromRows(2, 2, {1, 2, 3, 4});
+  D.GeMM(D, B);
+  expectNear(D, fromRows(2, 2, {5, -1, 11, -3}), 0.0);
+}
+
+TEST(MatrixProduct, MgMMTreatsCornersAsLabels) {
+  Matrix4D A = affine({0, -1, 0, 1, 0, 0, 0, 0, 1}, {0.5, 0, 0.25}, -1);
+  Matrix4D B = affine({-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, 0.5, 0.5}, -1);
+  Matrix4D C;
+  C.MgMM(A, B);
+  // (R1 R2, R1 t2 + t1; 0, s1 s2), as if both corners were 1 during the product.
+  expectNear(C, affine({0, -1, 0, -1, 0, 0, 0, 0, -1}, {0, 0, 0.75}, 1), 1e-15);
+  EXPECT_EQ(A(3, 3), -1.0);
+  EXPECT_EQ(B(3, 3), -1.0);
+
+  C.MgMM(A, A);  // one operator as both factors
+  expectNear(C, affine({-1, 0, 0, 0, -1, 0, 0, 0, 1}, {0.5, 0.5, 0.5}, 1), 1e-15);
+  EXPECT_EQ(A(3, 3), -1.0);
+}
+
+TEST(MatrixProduct, MgTiWTConjugatesAndKeepsLabel) {
+  const Matrix4D P = affine({1, 1, 0, -1, 1, 0, 0, 0, 1}, {0.25, 0, 0.5}, 1);
+  const MatrixDD Pinv(P, 'I');
+  Matrix4D W = affine({0, -1, 0, 1, 0, 0, 0, 0, 1}, {0.5, 0.5, 0.25}, -1);
+  Matrix4D result;
+  result.MgTiWT(Pinv, W, P);
+  EXPECT_EQ(W(3, 3), -1.0);
+  EXPECT_EQ(result(3, 3), -1.0);
+
+  // On the affine part, P result = W P.
+  W(3, 3) = 1;
+  result(3, 3) = 1;
+  Matrix4D lhs, rhs;
+  lhs.GeMM(P, result);
+  rhs.GeMM(W, P);
+  expectNear(lhs, rhs, 1e-14);
+}
+
+TEST(MatrixSolve, GeTRSRecoversKnownSolutions) {
+  const MatrixDD A = fromRows(3, 3, {3, 2, -1, 2, -2, 4, -1, 0.5, -1});
+  MatrixDD factors(A, 'N');
+  // Right-hand sides of the solutions (1, -2, -2) and (2, 0, 1).
+  MatrixDD B = fromRows(3, 2, {1, 5, -2, 8, 0, -3});
+  SolverData work;
+  work.ipiv = {9, 9, 9, 9};
+  work.CreateForGeTRS(factors);
+  EXPECT_EQ(work.ipiv.size(), 3u);
+  EXPECT_EQ(factors.GeTRS(B, work), 0);
+  expectNear(B, fromRows(3, 2, {1, 2, -2, 0, -2, 1}), 1e-13);
+
+  MatrixDD again(A, 'N');
+  MatrixDD c = fromRows(3, 1, {4, -0.5, 4});  // A^T (1, 2, 3)
+  EXPECT_EQ(again.GeTRS(c, work, 'T'), 0);
+  expectNear(c, fromRows(3, 1, {1, 2, 3}), 1e-13);
+}
+
+TEST(MatrixClone, CompactCopyOfAView) {
+  double storage[15];
+  for (int k = 0; k < 15; ++k)
+    storage[k] = k;
+  const MatrixD view(storage, 3, 3, 5);
+  std::unique_ptr<MatrixD> copy(view.Clone(1));
+  EXPECT_EQ(copy->ld, 3);
+  EXPECT_EQ((*copy)(2, 1), storage[7]);
+  std::unique_ptr<Matrix4D> op(affine({0, 1, 0, 1, 0, 0, 0, 0, -1}, {0.5, 0, 0}, 1).Clone(0));
+  EXPECT_EQ(op->p_, op->m);
+  EXPECT_EQ((*op)(0, 3), 0.5);
+}
+
+TEST(MatrixRemoveDuplicates, FirstOccurrencesStayInOrder) {
+  const Matrix4D a;
+  const Matrix4D b = affine({-1, 0, 0, 0, -1, 0, 0, 0, 1}, {0, 0, 0.5}, 1);
+  Matrix4D bNear(b);
+  bNear(2, 3) += 1e-8;
+  ObjVector<MatrixD> list;
+  for (const Matrix4D* m : {&a, &b, &a, static_cast<const Matrix4D*>(&bNear), &a})
+    list.add(m->Clone(0));
+  list.add(new MatrixDD(3, 3));  // another shape is never equal
+  MatrixD* firstB = list[1];
+  MatrixD::RemoveDuplicates(list);
+  ASSERT_EQ(list.size(), 3);
+  EXPECT_TRUE(list[0]->IsEqualTo(a));
+  EXPECT_EQ(list[1], firstB);
+  EXPECT_EQ(list[2]->Dim(0), 3);
+}
+
+TEST(MatrixDeath, FaultsAreAssertions) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // BLAS may have started threads
+  MatrixDD A(2, 3);
+  EXPECT_DEATH(A(2, 0), "i<dim_\\[0\\] && i>=0 && j<dim_\\[1\\] && j>=0, function operator\\(\\)");
+  EXPECT_DEATH(A.Initialize(A.p_, 2, 3, 2, 'X', 1.0),
+               "Assertion failed: 0, function Initialize, file base/MatrixD.cpp");
+  EXPECT_DEATH(A.Inverse(), "dim_\\[0\\] == dim_\\[1\\], function Inverse");
+}
+
+}  // namespace

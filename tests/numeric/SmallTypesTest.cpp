@@ -1,0 +1,160 @@
+// Vectors, the reduction of fractional coordinates, cell matrices and operator comparison.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+
+#include "base/VectorD.h"
+#include "core/Matrix4D.h"
+#include "core/VectorF.h"
+
+namespace {
+
+const double kEps = 1.1920928955078125e-07;
+
+double fractionalized(double x) {
+  VectorD::Fractionalize(&x, 1);
+  return x;
+}
+
+TEST(Fractionalize, ReducesToUnitIntervalWithNearIntegersZero) {
+  EXPECT_EQ(fractionalized(-0.25), 0.75);
+  EXPECT_EQ(fractionalized(-3.5), 0.5);
+  EXPECT_EQ(fractionalized(1.0), 0.0);
+  EXPECT_EQ(fractionalized(0.99999999), 0.0);
+  EXPECT_EQ(fractionalized(-1e-9), 0.0);
+  EXPECT_EQ(fractionalized(2.0 + 0.5 * kEps), 0.0);
+  EXPECT_EQ(fractionalized(0.9999), 0.9999);
+  // Twice the tolerance away from an integer, the value stays.
+  EXPECT_NEAR(fractionalized(1.0 - 2 * kEps), 1.0 - 2 * kEps, 1e-16);
+  EXPECT_NEAR(fractionalized(2 * kEps), 2 * kEps, 1e-16);
+
+  double t[3] = {-0.5, 1.0, 2.75};
+  VectorD::Fractionalize(t, 2);
+  EXPECT_EQ(t[0], 0.5);
+  EXPECT_EQ(t[1], 0.0);
+  EXPECT_EQ(t[2], 2.75);  // beyond n
+}
+
+TEST(VectorD, IsEqualUsesStrictTolerance) {
+  const double a[2] = {0.5, 1.0};
+  const double b[2] = {0.5 + 0.5 * kEps, 1.0 + kEps};
+  EXPECT_TRUE(VectorD::IsEqual(a, b, 1));
+  EXPECT_FALSE(VectorD::IsEqual(a, b, 2));
+  EXPECT_TRUE(VectorD::IsEqual(a, b, 0));
+}
+
+TEST(VectorD, ArithmeticAgreesWithDirectSums) {
+  VectorXD x(5), y(5), z(5);
+  for (int i = 0; i < 5; ++i) {
+    x[i] = i + 1;
+    y[i] = 2.0 * (i + 1);
+  }
+  EXPECT_DOUBLE_EQ(x.Dot(y), 110.0);
+  z.Diff(y, x);
+  z.Add(x, -1.0);  // y - 2x = 0
+  EXPECT_EQ(z.Norm2(), 0.0);
+  z.nInit(x);
+  z *= -3.0;
+  z.Div(x);
+  for (int i = 0; i < 5; ++i)
+    EXPECT_EQ(z[i], 3.0);
+  VectorXD copy(x);
+  x[0] = 100;
+  EXPECT_EQ(copy[0], 1.0);
+}
+
+TEST(VectorD, LengthMismatchesAreAssertions) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // BLAS may have started threads
+  VectorXD a(3), b(4);
+  EXPECT_DEATH(a.Init(b), "dim_ == dim, function Init, file base/VectorD.h, line 67");
+  EXPECT_DEATH(a.nInit(b), "dim_ == V.dim_, function nInit, file base/VectorD.h, line 79");
+  EXPECT_DEATH(a.Dot(b), "dim_ == V.dim_, function Dot, file base/VectorD.h, line 107");
+}
+
+TEST(VectorF, CloneIsAShallowView) {
+  Vector3F f(0.5f, 1.5f, 2.5f);
+  std::unique_ptr<VectorF> view(f.Clone(0));
+  f[1] = 9.0f;
+  EXPECT_EQ((*view)[1], 9.0f);
+  Vector3D u(1, 2, 3), v(u);
+  v[0] = 7;
+  EXPECT_EQ(u[0], 1.0);
+}
+
+TEST(CellMatrix, DeterminantIsTheVolumeOfAnObliqueCell) {
+  const float cell[6] = {5.1f, 7.3f, 9.7f, 78.5f, 101.2f, 115.9f};
+  const double d = 3.141592653589793 / 180.0;
+  const double ca = std::cos(cell[3] * d), cb = std::cos(cell[4] * d), cg = std::cos(cell[5] * d);
+  const double textbook = double(cell[0]) * cell[1] * cell[2] *
+                          std::sqrt(1 - ca * ca - cb * cb - cg * cg + 2 * ca * cb * cg);
+  Matrix3D M;
+  M.SetC2Ortho(cell);
+  EXPECT_NEAR(M.Determinant(), textbook, 1e-10);
+
+  // Rows of cctbx's uctbx.unit_cell(...).orthogonalization_matrix() for the
+  // same cell given in doubles, hence the tolerance.
+  const double cctbx[9] = {5.1, -3.1886530550842278, -1.8840732068337278,
+                           0,   6.566771786372815,   1.2349428170989316,
+                           0,   0,                   9.4347858687829795};
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j)
+      EXPECT_NEAR(M(i, j), cctbx[3 * i + j], 2e-6) << "element (" << i << ", " << j << ")";
+}
+
+TEST(CellMatrix, RightAnglesGiveTheDiagonalImpossibleOnesNaN) {
+  const float rutile[6] = {4.59f, 4.59f, 2.96f, 90.0f, 90.0f, 90.0f};
+  Matrix3D M;
+  M.SetC2Ortho(rutile);
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j)
+      EXPECT_NEAR(M(i, j), i == j ? double(rutile[i]) : 0.0, 1e-14);
+  const float impossible[6] = {5, 5, 5, 10, 10, 170};
+  M.SetC2Ortho(impossible);
+  EXPECT_TRUE(std::isnan(M(2, 2)));
+}
+
+const double kFourFold[3][3] = {{0, -1, 0}, {1, 0, 0}, {0, 0, 1}};
+
+// An operator with rotation r (row by row) and translation t.
+Matrix4D op(const double (*r)[3], double t0, double t1, double t2) {
+  Matrix4D W;
+  W(0, 3) = 0.125;  // Initialize must clear it
+  W.Initialize(r);
+  EXPECT_EQ(W(0, 3), 0.0);
+  W(0, 3) = t0;
+  W(1, 3) = t1;
+  W(2, 3) = t2;
+  return W;
+}
+
+TEST(Operator, CompareTellsLinearPartFromTranslation) {
+  const Matrix4D W = op(kFourFold, 0.5, 0, 0.25);
+  EXPECT_EQ(W.Compare(W.m), 0);
+  Matrix4D shifted(W);
+  shifted(2, 3) += 0.9e-6;
+  EXPECT_EQ(W.Compare(shifted.m), 0);
+  shifted(2, 3) += 0.2e-6;
+  EXPECT_EQ(W.Compare(shifted.m), 1);
+  EXPECT_EQ(W.Compare(Matrix4D::E), 2);
+  const double identity[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+  EXPECT_EQ(op(identity, 0.5, 0.5, 0).Compare(Matrix4D::E), 1);
+}
+
+TEST(Operator, MultThenMultRGivesQWP) {
+  const Matrix4D W = op(kFourFold, 0.5, 0, 0.25);
+  const double mirror[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, -1}};
+  const Matrix4D Q = op(mirror, 0, 0.5, 0);
+  const double basis[3][3] = {{1, 1, 0}, {-1, 1, 0}, {0, 0, 1}};
+  const Matrix4D P = op(basis, 0.25, 0, 0.5);
+  Matrix4D result(W);
+  result.Mult(Q.m);
+  result.MultR(P.m);
+  Matrix4D QW, expected;
+  QW.GeMM(Q, W);
+  expected.GeMM(QW, P);
+  for (int k = 0; k < 16; ++k)
+    EXPECT_NEAR(result.m[k], expected.m[k], 1e-15);
+}
+
+}  // namespace
