@@ -5,7 +5,7 @@ BUILD     ?= build
 JOBS      ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE   ?= examples/rutile.prf
 PACKAGES  := cmake make g++ pkg-config libfftw3-dev libopenblas-dev libgtest-dev
-TABLE_PACKAGES := python3 python3-cctbx python3-spglib python3-gemmi python3-numpy
+TABLE_PACKAGES := python3 python3-cctbx python3-spglib python3-gemmi python3-numpy python3-pymatgen
 SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
 .PHONY: all deps configure build run test asan bench tables examples clean
@@ -47,6 +47,10 @@ tables:
 	@missing=""; for p in $(TABLE_PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
 	if [ -n "$$missing" ]; then $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; fi
 	/usr/bin/python3 tools/make_tables.py data
+
+# Developer-time only: regenerate the bundled example data sets.
+examples:
+	/usr/bin/python3 tools/make_examples.py examples
 
 clean:
 	rm -rf $(BUILD) build-asan

@@ -1,0 +1,1 @@
+"""Generator of the bundled example data sets (see make_examples.py)."""
