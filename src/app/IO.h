@@ -1,0 +1,56 @@
+// Console hooks, the program's own directory, and path helpers shared by every layer.
+#pragma once
+
+#include <cstdarg>
+#include <string>
+
+// Absolute directory of the executable, with a trailing '/'; the data files are found here.
+extern std::string progvar;
+// Directory for user preferences; a console program keeps none, so it stays empty.
+extern std::string prefdir;
+
+namespace IO {
+
+using PrintFunc = int (*)(const char* fmt, ...);
+using DialogFunc = int (*)(int kind, const char* title, const char* fmt, ...);
+using FlushFunc = void (*)();
+
+// Replaceable output hooks. A front end other than the console may point them
+// elsewhere; the console defaults are printf for both messages and failures,
+// so errors appear on standard output in line with the progress they interrupt.
+extern PrintFunc Printf;
+extern PrintFunc PrintError;
+extern PrintFunc PrintStatus;
+extern DialogFunc PrintDialog;
+extern FlushFunc Flush;
+
+// Defaults of the hooks that the console program does not use itself.
+int NoPrint(const char* fmt, ...);
+int PrintMessageDialog(int kind, const char* title, const char* fmt, ...);
+void doNothing();
+
+// Sets the hooks to their defaults and finds the program's directory (`progvar`)
+// from argv[0], searching PATH when argv[0] is a bare command name. Always true.
+bool Init(const char* argv0);
+
+// Makes `path` absolute against `base`, a directory or a file in it. Paths that
+// begin with '/' or '~' are kept; "./" and leading "../" are honoured, nothing else.
+void toAbsolutePath(std::string& path, const std::string& base);
+// Expresses the absolute `path` relative to the directory of `base`.
+void toRelativePath(std::string& path, const std::string& base);
+// Reduces `path` to its directory: a file or a path that does not exist loses its
+// last component; an existing directory is kept. Then adds or removes one trailing '/'.
+void getDir(std::string& path, bool trailingSlash);
+// Copies `src` to `dst` without surrounding quotes and blanks, so that a path
+// pasted with quotes works. The text ends at the first newline or quote.
+// `dst` must hold strlen(src) + 1 characters; it may be `src` itself.
+void omitQuotation(const char* src, char* dst);
+
+// printf into a string of any length; returns the length.
+int Sprintf(std::string& out, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+int SprintfV(std::string& out, const char* fmt, va_list args);
+
+// Prints the message for a negative reader status (-4 .. -1) through PrintError.
+void PrintIoError(const char* path, int code);
+
+}  // namespace IO

@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "../util/TempDir.h"
+#include "mem/MEMParam.h"
+
+namespace {
+
+// Runs the dialogue with `answers` on standard input and returns what it printed.
+std::string converse(MEMParam& p, const char* name, const std::string& answers, bool& result) {
+    TempDir tmp;
+    const std::string input = tmp.write("answers.txt", answers);
+    EXPECT_NE(freopen(input.c_str(), "r", stdin), nullptr);
+    testing::internal::CaptureStdout();
+    result = p.InputConditions(name);
+    fflush(stdout);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_NE(freopen("/dev/null", "r", stdin), nullptr);
+    return out;
+}
+
+size_t count(const std::string& text, const std::string& word) {
+    size_t n = 0;
+    for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++n;
+    return n;
+}
+
+}  // namespace
+
+TEST(Dialogue, AnswersFillTheSettings) {
+    TempDir tmp;
+    MEMParam p;
+    p.workDir = tmp.path();
+    bool ok = false;
+    // type 1, start 1, ZSPA, LM_type 0 with lambda, x, t, E, feedback, eps,
+    // fractions, no save, cycles.
+    const std::string out = converse(
+        p, nullptr,
+        "  'sample.MEM'  \n1\n1\n0\n0\n0.02\n1.5\n0.2\n1.1\n0\n1\n1 0 0.5\n0\n250\n", ok);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(p.dataFile, tmp.file("sample.MEM"));
+    EXPECT_EQ(p.fileType, 4);
+    EXPECT_EQ(p.startType, 1);
+    EXPECT_EQ(p.algorithm, 0);
+    EXPECT_EQ(p.LM_type, 0);
+    EXPECT_DOUBLE_EQ(p.lambda, 0.02);
+    EXPECT_DOUBLE_EQ(p.weightPowerD, 1.5);
+    EXPECT_FLOAT_EQ(p.coefT, 0.2f);
+    EXPECT_FLOAT_EQ(p.coefE, 1.1f);
+    EXPECT_EQ(p.feedbackOutput, 0);
+    EXPECT_EQ(p.epsOutput, 1);
+    EXPECT_DOUBLE_EQ(p.lambdaFraction[2], 0.5);
+    EXPECT_EQ(p.maxCycles, 250);
+    EXPECT_EQ(p.outFile, tmp.file("sample.out"));
+    EXPECT_EQ(out.rfind("# The name of the MEM data set file", 0), 0u);
+    EXPECT_NE(out.find("\n# Which initial Lagrangian multiplier will you use (LM_type)?\n"
+                       "# 0. The value input by user.\n"
+                       "# 1. The value calculated by Halvorin.\n"
+                       "# 2. The value written in the MEM data set file.\n"),
+              std::string::npos);
+    EXPECT_EQ(count(out, "# Which prior densities"), 0u);
+    EXPECT_FALSE(fopen(tmp.file("sample.prf").c_str(), "r"));
+}
+
+TEST(Dialogue, InvalidAndEmptyAnswersKeepTheField) {
+    MEMParam p;
+    bool ok = false;
+    converse(p, "/d/x.fos", "\nabc\n\n\n\n\n\n\nnone\n\n\n", ok);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(p.fileType, 5);
+    EXPECT_EQ(p.startType, 0);
+    EXPECT_EQ(p.algorithm, 0);
+    EXPECT_EQ(p.LM_type, 1);
+    EXPECT_DOUBLE_EQ(p.lambdaFraction[0], 1.0);
+    EXPECT_EQ(p.maxCycles, 1000);
+}
+
+TEST(Dialogue, EndOfInputRunsThroughOnDefaults) {
+    MEMParam p;
+    bool ok = false;
+    const std::string out = converse(p, "/d/x.fcf", "2\n", ok);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(p.startType, 2);
+    EXPECT_EQ(p.algorithm, 0);
+    EXPECT_EQ(p.maxCycles, 1000);
+    EXPECT_EQ(count(out, "# Maximum number of cycles.\n"), 1u);
+}
+
+TEST(Dialogue, OtherAlgorithmsSkipZSPAQuestionsAndAskForPrior) {
+    MEMParam p;
+    bool ok = false;
+    const std::string out = converse(p, "/d/x.mep", "0\n1\n0.5\n1.2\n1\n0\n1\n1\n0\n600\n", ok);
+    EXPECT_EQ(p.fileType, 8);  // no type question for .mep
+    EXPECT_EQ(count(out, "# The type of the MEM data set file."), 0u);
+    EXPECT_EQ(count(out, "(LM_type)"), 0u);
+    EXPECT_EQ(count(out, "# The coefficient, t,"), 0u);
+    EXPECT_EQ(p.algorithm, 1);
+    EXPECT_DOUBLE_EQ(p.weightPowerD, 0.5);
+    EXPECT_FLOAT_EQ(p.coefE, 1.2f);
+    EXPECT_EQ(p.priorType, 1);
+    EXPECT_EQ(p.maxCycles, 600);
+}
+
+TEST(Dialogue, UnsupportedNameAsksNothing) {
+    MEMParam p;
+    bool ok = true;
+    const std::string out = converse(p, "/d/notes.txt", "1\n1\n", ok);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(p.fileType, -1);
+    EXPECT_EQ(out, "");
+}
+
+TEST(Dialogue, ConditionFileNameIsReadInstead) {
+    TempDir tmp;
+    tmp.write("c.prf", "$PREFERENCES\nd.fos\no\ng\nf\ne\n0\n0\n2\n");
+    MEMParam p;
+    bool ok = false;
+    const std::string out = converse(p, ("\"" + tmp.file("c.prf") + "\"").c_str(), "", ok);
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(p.dataFile, tmp.file("d.fos"));
+    EXPECT_EQ(p.algorithm, 2);
+    EXPECT_EQ(out, "");
+}
+
+TEST(Dialogue, SavedPreferencesReadBackTheSame) {
+    TempDir tmp;
+    MEMParam asked;
+    asked.workDir = tmp.path();
+    bool ok = false;
+    converse(asked, nullptr, "al2o3.mem\r\n0\r\n1\r\n2\r\n0.75\r\n1.3\r\n1\r\n1\r\n1 0.1\r\n1\r\n1\r\n321\r\n", ok);
+    ASSERT_TRUE(ok);
+    EXPECT_EQ(asked.condFile, tmp.file("al2o3.prf"));
+
+    MEMParam read;
+    ASSERT_TRUE(read.ReadConditions(asked.condFile));
+    EXPECT_EQ(read.dataFile, asked.dataFile);
+    EXPECT_EQ(read.fileType, 3);
+    EXPECT_EQ(read.startType, 1);
+    EXPECT_EQ(read.algorithm, 2);
+    EXPECT_DOUBLE_EQ(read.weightPowerD, 0.75);
+    EXPECT_FLOAT_EQ(read.coefE, 1.3f);
+    EXPECT_EQ(read.feedbackOutput, 1);
+    EXPECT_EQ(read.epsOutput, 1);
+    EXPECT_DOUBLE_EQ(read.lambdaFraction[1], 0.1);
+    EXPECT_EQ(read.priorType, 1);
+    EXPECT_EQ(read.maxCycles, 321);
+}
+
+TEST(Dialogue, EmptyNameAsksNothing) {
+    TempDir tmp;
+    MEMParam p;
+    p.workDir = tmp.path() + "/run.mem";  // a dot in the directory must not make a type
+    bool ok = true;
+    const std::string out = converse(p, nullptr, "", ok);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(p.fileType, -1);
+    EXPECT_EQ(out, std::string(_option_text[0]) + "\n");
+}
