@@ -65,11 +65,21 @@ def _short_monoclinic(hm):
     return parts[0] + " " + rest[0]
 
 
+def _monoclinic_symbol(hm, b_symbol):
+    """Every unique axis carries the short symbol of its cell choice in the
+    unique-axis-b frame ('P 21/c' for b1, c1, a1, -b1, -c1, -a1), so that a
+    user's 'P 21/c' in a cell with gamma oblique finds the c-unique setting
+    through the cell test. The lattice letter stays that of the setting itself,
+    since the loader adds the centring translations by that letter."""
+    return hm[0] + b_symbol[1:]
+
+
 def _monoclinic(number, entries):
     by_code = {e.qualifier(): e for e in entries}
     reference = sgtbx.space_group_info(group=_group(by_code["b1" if number not in MONO_ONE_CELL else "b"]))
     cells = [""] if number in MONO_ONE_CELL else ["1", "2", "3"]
     axes = MONO_AXIS_ORDER[:3] if number in MONO_ONE_CELL else MONO_AXIS_ORDER
+    b_symbols = {cell: _short_monoclinic(by_code["b" + cell].hermann_mauguin()) for cell in cells}
     result = []
     for axis in axes:
         for cell in cells:
@@ -87,8 +97,8 @@ def _monoclinic(number, entries):
                 same = [e for e in entries if _group(e) == group]
                 assert len(same) == 1, "monoclinic %d %s: %d matches" % (number, code, len(same))
                 hm = same[0].hermann_mauguin()
-            result.append(Setting(number, len(result) + 1, _short_monoclinic(hm), hm, code,
-                                  int(cell) if cell else 0, group))
+            result.append(Setting(number, len(result) + 1, _monoclinic_symbol(hm, b_symbols[cell]),
+                                  hm, code, int(cell) if cell else 0, group))
     return result
 
 

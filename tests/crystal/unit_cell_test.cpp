@@ -1,0 +1,272 @@
+// The unit cell: cell matrices, the expanded operator list and the Patterson symmetry.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <set>
+
+#include "LoadedTable.h"
+#include "SettingCells.h"
+#include "base/VectorD.h"
+#include "core/UnitCell.h"
+
+namespace {
+
+const double kPi = 3.141592653589793;
+
+double cosDeg(double angle) { return std::cos(angle * kPi / 180.0); }
+double sinDeg(double angle) { return std::sin(angle * kPi / 180.0); }
+
+// An operator as whole numbers: rotation entries, and translations in
+// millionths of the cell edge, so that sets of operators compare exactly.
+using OperatorKey = std::array<long, 12>;
+
+OperatorKey keyOf(const MatrixD& op) {
+  OperatorKey key;
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j)
+      key[3 * i + j] = std::lround(op(i, j));
+    double t = op(i, 3);
+    VectorD::Fractionalize(&t, 1);
+    key[9 + i] = std::lround(t * 1e6) % 1000000;
+  }
+  return key;
+}
+
+std::set<OperatorKey> keysOf(const ObjVector<MatrixD>& ops) {
+  std::set<OperatorKey> keys;
+  for (MatrixD* op : ops)
+    keys.insert(keyOf(*op));
+  return keys;
+}
+
+// The distinct rotations of a list, with their negatives when `withInversion`.
+std::set<std::array<long, 9>> rotationsOf(const ObjVector<MatrixD>& ops, bool withInversion) {
+  std::set<std::array<long, 9>> rotations;
+  for (MatrixD* op : ops) {
+    std::array<long, 9> r, minus;
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) {
+        r[3 * i + j] = std::lround((*op)(i, j));
+        minus[3 * i + j] = -r[3 * i + j];
+      }
+    rotations.insert(r);
+    if (withInversion)
+      rotations.insert(minus);
+  }
+  return rotations;
+}
+
+}  // namespace
+
+TEST(CellMatrices, ObliqueCellAgreesWithTextbookFormulas) {
+  UnitCell uc;
+  const float cell[6] = {5.3f, 7.9f, 11.2f, 82.0f, 107.5f, 95.25f};
+  for (int i = 0; i < 6; ++i)
+    uc.cell[i] = cell[i];
+  // The cell is held in single precision; the formulas take those values.
+  const double a = cell[0], b = cell[1], c = cell[2], alpha = cell[3], beta = cell[4], gamma = cell[5];
+  uc.orthoMatrix.SetC2Ortho(uc.cell);
+  uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
+
+  const double ca = cosDeg(alpha), cb = cosDeg(beta), cg = cosDeg(gamma);
+  const double volume = a * b * c * std::sqrt(1 - ca * ca - cb * cb - cg * cg + 2 * ca * cb * cg);
+  EXPECT_NEAR(volume, uc.orthoMatrix.Determinant(), 1e-9 * volume);
+
+  // Metric tensor G = C^T C: the scalar products of the cell axes.
+  const double G[3][3] = {{a * a, a * b * cg, a * c * cb}, {a * b * cg, b * b, b * c * ca},
+                          {a * c * cb, b * c * ca, c * c}};
+  // Reciprocal axes and angles, as the textbooks give them.
+  const double as = b * c * sinDeg(alpha) / volume, bs = a * c * sinDeg(beta) / volume,
+               cs = a * b * sinDeg(gamma) / volume;
+  const double cas = (cb * cg - ca) / (sinDeg(beta) * sinDeg(gamma));
+  const double cbs = (ca * cg - cb) / (sinDeg(alpha) * sinDeg(gamma));
+  const double cgs = (ca * cb - cg) / (sinDeg(alpha) * sinDeg(beta));
+  const double Gs[3][3] = {{as * as, as * bs * cgs, as * cs * cbs}, {as * bs * cgs, bs * bs, bs * cs * cas},
+                           {as * cs * cbs, bs * cs * cas, cs * cs}};
+  const MatrixD& C = uc.orthoMatrix;
+  const MatrixD& Ci = uc.orthoInverse;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) {
+      double metric = 0, reciprocal = 0;
+      for (int k = 0; k < 3; ++k) {
+        metric += C(k, i) * C(k, j);
+        reciprocal += Ci(i, k) * Ci(j, k);  // rows of C^-1 are the reciprocal axes
+      }
+      EXPECT_NEAR(G[i][j], metric, 1e-9 * (a * c)) << i << "," << j;
+      EXPECT_NEAR(Gs[i][j], reciprocal, 1e-9 * (as * as)) << i << "," << j;
+    }
+}
+
+// Every expanded setting must be a group (modulo whole cell translations),
+// begin with the identity, and keep its lattice blocks: the first block holds
+// each rotation once, and block b is the first shifted by one translation.
+TEST(SymmetryOperators, EverySettingIsAClosedGroupInLatticeBlocks) {
+  ASSERT_TRUE(LoadedTable().ok);
+  UnitCell uc;
+  for (int n = 1; n <= kSpaceGroupCount; ++n)
+    for (int s = 1; s <= nSpgSetting[n - 1]; ++s) {
+      ChooseSetting(uc, n, s);
+      SCOPED_TRACE(std::to_string(n) + "/" + std::to_string(s) + " " + uc.spgName);
+      const int count = uc.symOp.size();
+      ASSERT_EQ(FindSpaceGroupSetting(n, s)->ops.size(), count) << "no operator is lost as a duplicate";
+      ASSERT_EQ(0, count % uc.latticeCount);
+      EXPECT_TRUE(uc.symOp[0]->IsEqualTo(Matrix4D())) << "identity first";
+      const int block = count / uc.latticeCount;
+      EXPECT_EQ(block, uc.rotOp.size());
+      if (uc.centric) {
+        EXPECT_EQ(rotationsOf(uc.symOp, false), rotationsOf(uc.symOp, true));
+      }
+
+      const std::set<OperatorKey> keys = keysOf(uc.symOp);
+      EXPECT_EQ(static_cast<size_t>(count), keys.size());
+      Matrix4D product;
+      for (MatrixD* A : uc.symOp)
+        for (MatrixD* B : uc.symOp) {
+          product.MgMM(*A, *B);
+          if (!keys.count(keyOf(product))) {
+            ADD_FAILURE() << "the product of two operators is missing";
+            return;
+          }
+        }
+      for (int k = block; k < count; ++k) {
+        Matrix4D shift;
+        for (int i = 0; i < 3; ++i)
+          shift.m[12 + i] = (*uc.symOp[k])(i, 3) - (*uc.symOp[k % block])(i, 3);
+        for (int i = 0; i < 3; ++i)
+          for (int j = 0; j < 3; ++j)
+            EXPECT_EQ((*uc.symOp[k % block])(i, j), (*uc.symOp[k])(i, j));
+        if (k % block != 0) {
+          EXPECT_EQ(keyOf(shift), keyOf(*uc.symOp[k - k % block])) << "block " << k / block;
+        }
+      }
+    }
+}
+
+TEST(SymmetryOperators, RepeatedExpansionGivesTheSameList) {
+  ASSERT_TRUE(LoadedTable().ok);
+  UnitCell uc;
+  ChooseSetting(uc, 227, 2);
+  std::vector<OperatorKey> first;
+  for (MatrixD* op : uc.symOp)
+    first.push_back(keyOf(*op));
+  uc.createSymmetryOP();
+  ASSERT_EQ(first.size(), static_cast<size_t>(uc.symOp.size()));
+  for (int k = 0; k < uc.symOp.size(); ++k)
+    EXPECT_EQ(first[k], keyOf(*uc.symOp[k]));
+  EXPECT_EQ(192, uc.symOp.size());
+  EXPECT_EQ(4, uc.latticeCount);
+  EXPECT_EQ(1, uc.centric);
+  EXPECT_EQ(48, uc.rotOp.size());
+}
+
+TEST(SymmetryOperators, ACustomListStaysInForce) {
+  ASSERT_TRUE(LoadedTable().ok);
+  UnitCell uc;
+  ChooseSetting(uc, 75, 1);
+  // Two operators of P 4 without the rest: a list that is no setting.
+  ObjVector<MatrixD> ops;
+  char identity[] = "x,y,z", fourfold[] = "-y,x,z";
+  for (char* text : {identity, fourfold}) {
+    Matrix4D* op = new Matrix4D;
+    UnitCell::convertXYZ2Matrix_Q4(text, *op);
+    ops.add(op);
+  }
+  EXPECT_EQ(0, uc.setSpgFromSymmetryOP(ops));
+  EXPECT_STREQ("Custom", uc.spgName);
+  EXPECT_EQ(0, uc.crystalSystem);
+  EXPECT_EQ(75, uc.spgNumber) << "the old choice stays for the grid rule";
+  uc.createSymmetryOP();
+  ASSERT_EQ(2, uc.symOp.size());
+  EXPECT_EQ(ops[1], uc.symOp[1]) << "the list itself, shared, not a copy";
+  EXPECT_EQ(2, ops[1]->refCount);
+  EXPECT_EQ(1, uc.latticeCount);
+  EXPECT_EQ(0, uc.centric);
+  EXPECT_EQ(2, uc.rotOp.size());
+
+  // Choosing by number renames, but the custom list stays the one in use.
+  EXPECT_EQ(16, uc.setSpgNumber(16, 1));
+  EXPECT_STREQ("P 2 2 2", uc.spgName);
+  EXPECT_EQ(0, uc.crystalSystem);
+  uc.createSymmetryOP();
+  EXPECT_EQ(2, uc.symOp.size());
+
+  // The same list handed in as symOp itself keeps its objects and counts.
+  EXPECT_EQ(0, uc.setSpgFromSymmetryOP(uc.symOp));
+  EXPECT_EQ(2, uc.symOp.size());
+  EXPECT_EQ(2, ops[0]->refCount);
+}
+
+// The Patterson symbol of every setting must be known to the lookup, and name
+// the centrosymmetric group of the same lattice whose rotations are those of
+// the setting together with their negatives.
+TEST(PattersonSymmetry, EverySettingLeadsToItsLaueGroup) {
+  ASSERT_TRUE(LoadedTable().ok);
+  UnitCell uc, patterson;
+  for (int n = 1; n <= kSpaceGroupCount; ++n)
+    for (int s = 1; s <= nSpgSetting[n - 1]; ++s) {
+      ChooseSetting(uc, n, s);
+      char symbol[16];
+      uc.getPattersonSymmetry(symbol);
+      SCOPED_TRACE(std::to_string(n) + "/" + std::to_string(s) + " " + uc.spgName + " -> " + symbol);
+      patterson.Initialize();
+      SetCellFor(patterson, n, s);
+      ASSERT_NE(0, patterson.setSpgNameStandard(symbol));
+      patterson.createSymmetryOP();
+      EXPECT_EQ(1, patterson.centric);
+      EXPECT_EQ(uc.latticeCount, patterson.latticeCount);
+      EXPECT_EQ(rotationsOf(uc.symOp, true), rotationsOf(patterson.symOp, false));
+    }
+}
+
+TEST(PattersonSymmetry, ACustomListTakesItsLetterFromTheName) {
+  UnitCell uc;
+  uc.spgNumber = 1;
+  std::strcpy(uc.spgName, "Custom");
+  char out[16];
+  uc.getPattersonSymmetry(out);
+  EXPECT_STREQ("C -1", out);
+}
+
+// A cell in use with c doubled against the tabulated one: its operators gain
+// the translation (0, 0, 1/2), and the list is still recognised as its group.
+TEST(CellTransform, DoubledAxisAddsItsTranslationAndIsRecognised) {
+  ASSERT_TRUE(LoadedTable().ok);
+  Matrix4D identity;
+  ObjVector<MatrixD> none;
+  UnitCell::SearchCentering(identity, identity, none);
+  EXPECT_EQ(0, none.size());
+
+  UnitCell uc;
+  uc.cellTransform.m[10] = 2.0;
+  Matrix4D inverse;
+  inverse.MatrixD::Initialize(uc.cellTransform, 'I', 1.0);
+  ObjVector<MatrixD> translations;
+  UnitCell::SearchCentering(uc.cellTransform, inverse, translations);
+  ASSERT_EQ(1, translations.size());
+  EXPECT_DOUBLE_EQ(0.5, (*translations[0])(2, 3));
+
+  // The operators of P 21/c written in the doubled cell, the shifted ones first.
+  ObjVector<MatrixD> ops;
+  for (int shifted = 1; shifted >= 0; --shifted)
+    for (MatrixD* W : FindSpaceGroupSetting(14, 1)->ops) {
+      Matrix4D* op = new Matrix4D;
+      op->MgTiWT(inverse, *W, uc.cellTransform);
+      op->m[14] += 0.5 * shifted;
+      VectorD::Fractionalize(op->Translation(), 3);
+      ops.add(op);
+    }
+  const std::set<OperatorKey> expected = keysOf(ops);
+  ASSERT_EQ(8u, expected.size());
+
+  EXPECT_EQ(14, uc.setSpgFromSymmetryOP(ops));
+  EXPECT_EQ(1, uc.spgSetting);
+  EXPECT_EQ(1, uc.centering.size());
+  EXPECT_EQ(0, uc.centeringInv.size());
+  uc.createSymmetryOP();
+  EXPECT_EQ(expected, keysOf(uc.symOp));
+  EXPECT_EQ(8, uc.symOp.size());
+  EXPECT_EQ(4, uc.rotOp.size());
+  EXPECT_TRUE(uc.symOp[0]->IsEqualTo(identity)) << "the table's order, identity first";
+}
