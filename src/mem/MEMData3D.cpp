@@ -1,0 +1,14 @@
+#include "mem/MEMData3D.h"
+
+MEMData3D::MEMData3D() { unitCell.Initialize(); }
+
+// The plans exist only on the FFT path; FFTW's thread state was set up with them.
+MEMData3D::~MEMData3D() {
+  if (useFFT) {
+    if (planForward)
+      fftw_destroy_plan(planForward);
+    if (planBackward)
+      fftw_destroy_plan(planBackward);
+    fftw_cleanup_threads();
+  }
+}

@@ -1,0 +1,44 @@
+// The three-dimensional analysis: unit cell, file readers and writers, voxel blocks and transforms.
+#pragma once
+
+#include <string>
+
+#include "core/UnitCell.h"
+#include "mem/MEMData.h"
+
+class MEMData3D : public MEMData {
+public:
+  MEMData3D();
+  ~MEMData3D() override;
+
+  // Reads the data set named by param.dataFile with the reader of
+  // param.fileType and attaches symmetry equivalents to every reflection.
+  bool ReadFobs() override;
+  void CalcFcalc_impl(int withE) override;
+  int WriteOutputFiles() override;
+  void CalcFlnR() override;
+  void DFT_Derivatives() override;
+  void MakeThreadData() override;
+  void Calc_dCdR_OMRA(double lam) override;
+
+  // Readers of the data set formats; each fulfils the same contract on the
+  // cell, grid, F(000), reflection runs and value arrays.
+  bool ReadMEM(const std::string& path);
+  bool ReadFOS(const std::string& path);
+  bool ReadFCF(const std::string& path);
+  bool ReadBayMEM(const std::string& path);
+  bool ReadFFO(const std::string& path);
+  bool ReadAlb3D(const std::string& path, float* cell) override;
+  // Adds the reflections of the index box that the data lack, in Patterson symmetry.
+  void CreateHKL0();
+
+  // Output files and the restart and prior densities.
+  int WriteOut();
+  int WritePgrid();
+  int WriteFba();
+  int ReadRho2();
+  int ReadPrior2();
+
+  UnitCell unitCell;
+  double voxelVolume = 0.0;   // cell volume / nVoxelCell, in cubic angstrom
+};

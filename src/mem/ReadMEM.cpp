@@ -1,0 +1,255 @@
+// Reader of the positional MEM data set format (.mem and .mep files).
+//
+// The file is a fixed sequence of logical lines without keywords: title,
+// cell, a free line, symmetry and grid, F(000) and lambda, then three counted
+// blocks (individual F, groups of overlapped reflections, listed-only
+// reflections). Blank lines and '#' comments may stand anywhere. A field
+// that does not scan leaves its target as it was, and a line with too few
+// fields is dropped, so a hand-edited file never stops the reader; the
+// counts then follow what was actually read, so that later stages never
+// address a reflection that is not there.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "app/IO.h"
+#include "app/TextLine.h"
+#include "mem/MEMData3D.h"
+
+namespace {
+
+// Indices beyond this are typing errors; the bound keeps every later sum
+// and negation of indices inside int.
+const double kIndexLimit = 1 << 20;
+
+// Indices are written as numbers; 1.5 rounds to 2 and -1.5 to -1.
+int toIndex(double x) {
+  if (!(std::fabs(x) <= kIndexLimit))
+    x = x > 0 ? kIndexLimit : -kIndexLimit;
+  return (int)std::floor(x + 0.5);
+}
+
+StructureFactor* newReflection(double h, double k, double l) {
+  const int indices[3] = {toIndex(h), toIndex(k), toIndex(l)};
+  return new StructureFactor(indices);
+}
+
+// The counts were taken from these lists, so each fills its array exactly.
+void copyValues(const std::vector<double>& src, double* dst, std::size_t n) {
+  HV_ASSERT(src.size() == n);
+  std::copy(src.begin(), src.end(), dst);
+}
+
+// One pass over a .mem file into the analysis. The values of the reflections
+// are collected first, because the arrays of the analysis can only be sized
+// once all counts are known.
+class MemFileReader {
+public:
+  MemFileReader(MEMData3D& mem, FILE* f) : mem_(mem), f_(f) {}
+
+  void readAll();
+  void storeValues();
+
+private:
+  void fetchLine();
+  bool exhausted() const { return std::feof(f_) && line_[0] == '\0'; }
+
+  void readTitle();
+  void readCell();
+  void readSymmetryAndGrid();
+  void readMoments();
+  void readIndividual();
+  void readGroups();
+  void readGroup();
+  void readListed();
+
+  MEMData3D& mem_;
+  FILE* f_;
+  char line_[120] = "";
+  double lambda_ = 0.0;
+  // The sigma of the most recent group member that carried one; a member
+  // before any such line has no weight.
+  double sigmaG_ = INFINITY;
+  std::vector<double> FobsRe_, FobsIm_, weightF_, refWeight_, Gobs_, weightG_;
+};
+
+// Fetches the next logical line. A fetch that runs into the end of the file
+// leaves an empty line; once the end has been seen, the line stays as it
+// was, so a last line without a line end is seen again by every later fetch.
+void MemFileReader::fetchLine() {
+  if (std::feof(f_))
+    return;
+  if (SkipCommentLines(f_, line_) == '#')
+    line_[0] = '\0';
+}
+
+// The logical lines in file order; reading stops at the end of the file, and
+// whatever follows the last block is ignored.
+void MemFileReader::readAll() {
+  void (MemFileReader::*const lines[])() = {
+      &MemFileReader::readTitle,      &MemFileReader::readCell,
+      nullptr,  // free text, such as the space-group symbol
+      &MemFileReader::readSymmetryAndGrid, &MemFileReader::readMoments,
+      &MemFileReader::readIndividual, &MemFileReader::readGroups,
+      &MemFileReader::readListed};
+  for (auto read : lines) {
+    fetchLine();
+    if (read)
+      (this->*read)();
+    if (std::feof(f_))
+      return;
+  }
+}
+
+void MemFileReader::readTitle() { std::snprintf(mem_.title, sizeof mem_.title, "%.79s", line_); }
+
+void MemFileReader::readCell() {
+  UnitCell& uc = mem_.unitCell;
+  float* c = uc.cell;
+  std::sscanf(line_, "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
+  uc.orthoMatrix.SetC2Ortho(uc.cell);
+  uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
+}
+
+void MemFileReader::readSymmetryAndGrid() {
+  UnitCell& uc = mem_.unitCell;
+  int* n = mem_.gridSize;
+  int number = uc.spgNumber, setting = uc.spgSetting;
+  std::sscanf(line_, "%d%d%d%d%d", &number, &setting, &n[0], &n[1], &n[2]);
+  uc.setSpgNumber(number, setting);
+  uc.createSymmetryOP();
+  // Infinite for a grid left to be chosen later; it is not computed again.
+  mem_.voxelVolume = uc.orthoMatrix.Determinant() / ((double)n[0] * n[1] * n[2]);
+}
+
+// F(000) and lambda; data with a negative scattering density give the sum of
+// the negative scattering lengths between them.
+void MemFileReader::readMoments() {
+  double* moment = mem_.targetMoment;
+  if (mem_.param.fileType == 3 || mem_.param.fileType == 8)
+    std::sscanf(line_, "%lf%lf", &moment[0], &lambda_);
+  else
+    std::sscanf(line_, "%lf%lf%lf", &moment[0], &moment[1], &lambda_);
+}
+
+// h k l, Re F, Im F, sigma and an optional relative weight.
+void MemFileReader::readIndividual() {
+  int declared = 0;
+  std::sscanf(line_, "%i", &declared);
+  for (int i = 0; i < declared && !exhausted(); ++i) {
+    fetchLine();
+    double h, k, l, re, im, sigma, weight = 1.0;
+    if (std::sscanf(line_, "%lf%lf%lf%lf%lf%lf%lf", &h, &k, &l, &re, &im, &sigma, &weight) < 6)
+      continue;
+    mem_.reflections.add(newReflection(h, k, l));
+    FobsRe_.push_back(re);
+    FobsIm_.push_back(im);
+    weightF_.push_back(mem_.param.coefE / (sigma * sigma));
+    refWeight_.push_back(std::fabs(weight));
+  }
+  mem_.nRefF = (int)FobsRe_.size();
+}
+
+void MemFileReader::readGroups() {
+  int declared = 0;
+  std::sscanf(line_, "%i", &declared);
+  for (int g = 0; g < declared && !exhausted(); ++g)
+    readGroup();
+  mem_.nGroups = (int)mem_.groupSize.size();
+}
+
+// A count line, then the members: h k l, and on the first member G and sigma.
+// Only members that were read count, a group without members is dropped, and
+// the group's magnitude is that of its first member line with all five fields.
+void MemFileReader::readGroup() {
+  fetchLine();
+  int declared;
+  if (std::sscanf(line_, "%d", &declared) != 1)
+    return;
+  const double coefE = mem_.param.coefE;
+  int members = 0;
+  bool haveG = false;
+  double G = 0.0, sigma = 0.0, groupG = 0.0, groupWeight = 0.0;
+  for (int m = 0; m < declared && !exhausted(); ++m) {
+    fetchLine();
+    double h, k, l;
+    const int fields = std::sscanf(line_, "%lf%lf%lf%lf%lf", &h, &k, &l, &G, &sigma);
+    if (fields < 3)
+      continue;
+    if (fields == 5)
+      sigmaG_ = sigma;
+    mem_.reflections.add(newReflection(h, k, l));
+    mem_.groupMult.push_back(0);
+    weightF_.push_back(coefE / (sigmaG_ * sigmaG_));
+    refWeight_.push_back(1.0);
+    if (fields == 5 && !haveG) {
+      haveG = true;
+      groupG = G;
+      groupWeight = coefE / (sigma * sigma);
+    }
+    ++members;
+  }
+  if (members == 0)
+    return;
+  mem_.groupSize.push_back(members);
+  mem_.nRefG += members;
+  Gobs_.push_back(groupG);
+  weightG_.push_back(groupWeight);
+}
+
+// h k l of reflections that are calculated for the report only.
+void MemFileReader::readListed() {
+  int declared = 0;
+  std::sscanf(line_, "%i", &declared);
+  for (int i = 0; i < declared && !exhausted(); ++i) {
+    fetchLine();
+    double h, k, l;
+    if (std::sscanf(line_, "%lf%lf%lf", &h, &k, &l) != 3)
+      continue;
+    mem_.reflections.add(newReflection(h, k, l));
+    mem_.refFobsRe.push_back(0.0);
+    mem_.refFobsIm.push_back(0.0);
+    mem_.refFobsSigma.push_back(0.0);
+    ++mem_.nRefE;
+  }
+}
+
+// Settles the multiplier and the grid, then fills the arrays of the analysis.
+void MemFileReader::storeValues() {
+  MEMParam& param = mem_.param;
+  if (lambda_ != 0.0)
+    param.lambda = param.initialLambda = lambda_;
+  int* n = mem_.gridSize;
+  if (n[0] < 1 || n[1] < 1 || n[2] < 1)
+    mem_.unitCell.CalcGridNo(n, (float)param.gridResolution);
+
+  mem_.AllocateMemory();
+  const std::size_t nConstrained = (std::size_t)mem_.nRefF + mem_.nRefG;
+  copyValues(FobsRe_, mem_.FobsRe, mem_.nRefF);
+  copyValues(FobsIm_, mem_.FobsIm, mem_.nRefF);
+  copyValues(weightF_, mem_.weightF, nConstrained);
+  copyValues(refWeight_, mem_.refWeight, nConstrained);
+  if (mem_.nGroups > 0) {
+    copyValues(Gobs_, mem_.Gobs, mem_.nGroups);
+    copyValues(weightG_, mem_.weightG, mem_.nGroups);
+  }
+}
+
+}  // namespace
+
+bool MEMData3D::ReadMEM(const std::string& path) {
+  nGroups = 0;
+  FILE* f = std::fopen(path.c_str(), "r");
+  if (!f) {
+    IO::Printf("Input file could not be opened.\n%s\n", path.c_str());
+    IO::PrintError("Press Enter key to exit.\n");
+    std::getchar();
+    return false;
+  }
+  MemFileReader reader(*this, f);
+  reader.readAll();
+  std::fclose(f);
+  reader.storeValues();
+  return true;
+}

@@ -1,0 +1,274 @@
+// Reflection records and lists in small hand-made symmetries: absences on a
+// screw axis, phase snapping, generated lists, their order and duplicate removal.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "base/StructureFactor.h"
+#include "core/Matrix4D.h"
+
+namespace {
+
+// An operator from its rotation rows and translation.
+Matrix4D* op(std::vector<int> r, std::vector<double> t = {0, 0, 0}) {
+  Matrix4D* m = new Matrix4D();
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j)
+      (*m)(i, j) = r[3 * i + j];
+    (*m)(i, 3) = t[i];
+  }
+  return m;
+}
+
+const std::vector<int> kIdentity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+const std::vector<int> kInversion = {-1, 0, 0, 0, -1, 0, 0, 0, -1};
+
+// A cubic metric of edge 1, so that 1/d is the length of the index triple.
+struct UnitMetric {
+  Matrix3D reciprocal;
+};
+
+StructureFactor* reflection(int h, int k, int l) {
+  const int hkl[3] = {h, k, l};
+  return new StructureFactor(hkl);
+}
+
+std::vector<int> item(const StructureFactor& sf, int j) {
+  const int* h = sf.hkl.item(j);
+  return {h[0], h[1], h[2]};
+}
+
+class ScrewAxis : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ops.add(op(kIdentity));
+    ops.add(op({-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, 0.5, 0}));   // (-x, y + 1/2, -z)
+  }
+  ObjVector<MatrixD> ops;
+  ObjVector<StructureFactor> list, absent;
+  UnitMetric metric;
+};
+
+TEST_F(ScrewAxis, OddReflectionAlongTheAxisIsAbsentButStaysListed) {
+  list.add(reflection(0, 1, 0));
+  list[0]->A = 3.0;
+  list[0]->B = 4.0;
+  EXPECT_EQ(StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1), 1);
+  ASSERT_EQ(list.size(), 1);
+  ASSERT_EQ(absent.size(), 1);
+  EXPECT_EQ(absent[0], list[0]);
+  EXPECT_EQ(list[0]->A, 0.0);
+  EXPECT_EQ(list[0]->B, 0.0);
+  EXPECT_EQ(list[0]->stabilizerOrder, 1);
+  EXPECT_DOUBLE_EQ(list[0]->di, 1.0);
+  // cos 0 + cos pi and sin 0 + sin pi, kept as they are.
+  EXPECT_LT(std::fabs(list[0]->phase.item(0)[0]), 1.1920928955078125e-07);
+  EXPECT_LT(std::fabs(list[0]->phase.item(0)[1]), 1.1920928955078125e-07);
+  EXPECT_EQ(item(*list[0], 0), (std::vector<int>{0, 1, 0}));
+}
+
+TEST_F(ScrewAxis, EvenReflectionHasStabiliserTwoAndOneFriedelMate) {
+  list.add(reflection(0, 2, 0));
+  list[0]->A = 3.0;
+  EXPECT_EQ(StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1), 0);
+  const StructureFactor& sf = *list[0];
+  EXPECT_EQ(sf.stabilizerOrder, 2);
+  EXPECT_EQ(sf.A, 3.0);   // an allowed reflection keeps what a reader stored
+  ASSERT_EQ(sf.hkl.nItems(), 2u);
+  EXPECT_EQ(item(sf, 0), (std::vector<int>{0, 2, 0}));
+  EXPECT_EQ(item(sf, 1), (std::vector<int>{0, -2, 0}));
+  EXPECT_EQ(sf.phase.item(0)[0], 0.0);
+  EXPECT_EQ(sf.phase.item(0)[1], 1.0);
+  EXPECT_EQ(sf.phase.item(1)[0], 0.0);
+  EXPECT_TRUE(std::signbit(sf.phase.item(1)[0]));
+  EXPECT_EQ(sf.phase.item(1)[1], -1.0);
+}
+
+TEST_F(ScrewAxis, GeneralReflectionCarriesTheScrewPhase) {
+  list.add(reflection(1, 1, 2));
+  StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1);
+  const StructureFactor& sf = *list[0];
+  ASSERT_EQ(sf.hkl.nItems(), 4u);
+  EXPECT_EQ(item(sf, 1), (std::vector<int>{-1, 1, -2}));
+  EXPECT_DOUBLE_EQ(sf.phase.item(1)[0], 0.5);
+  // Friedel mates follow in the order of the items they come from.
+  EXPECT_EQ(item(sf, 2), (std::vector<int>{-1, -1, -2}));
+  EXPECT_EQ(item(sf, 3), (std::vector<int>{1, -1, 2}));
+  EXPECT_DOUBLE_EQ(sf.phase.item(3)[0], -0.5);
+  EXPECT_EQ(sf.phase.item(3)[1], -1.0);
+}
+
+TEST_F(ScrewAxis, OriginIsItsOwnOrbitAndFriedelMate) {
+  list.add(reflection(0, 0, 0));
+  EXPECT_EQ(StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1), 0);
+  EXPECT_EQ(list[0]->hkl.nItems(), 1u);
+  EXPECT_EQ(list[0]->stabilizerOrder, 2);
+  EXPECT_EQ(list[0]->di, 0.0);
+}
+
+TEST(Expand, InversionMakesEveryNegativeAnEquivalent) {
+  ObjVector<MatrixD> ops;
+  ops.add(op(kIdentity));
+  ops.add(op(kInversion));
+  UnitMetric metric;
+  for (int friedel : {0, 1}) {
+    ObjVector<StructureFactor> list, absent;
+    list.add(reflection(1, 2, 3));
+    StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, friedel);
+    ASSERT_EQ(list[0]->hkl.nItems(), 2u);
+    EXPECT_EQ(item(*list[0], 1), (std::vector<int>{-1, -2, -3}));
+    EXPECT_EQ(list[0]->phase.item(1)[1], 1.0);
+  }
+}
+
+TEST(Expand, PhaseJustBelowOneCycleSnapsToZero) {
+  const std::vector<int> swapXY = {0, 1, 0, 1, 0, 0, 0, 0, 1};
+  UnitMetric metric;
+  for (double t : {1 - 1e-7, 1 - 1e-5}) {
+    ObjVector<MatrixD> ops;
+    ops.add(op(kIdentity));
+    ops.add(op(swapXY, {t, 0, 0}));
+    ObjVector<StructureFactor> list, absent;
+    list.add(reflection(1, 0, 0));
+    StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 0);
+    ASSERT_EQ(list[0]->hkl.nItems(), 2u);
+    EXPECT_EQ(item(*list[0], 1), (std::vector<int>{0, 1, 0}));
+    if (t > 1 - 1e-6) {
+      EXPECT_EQ(list[0]->phase.item(1)[0], 0.0);
+    } else {
+      EXPECT_NEAR(list[0]->phase.item(1)[0], t, 1e-9);
+    }
+  }
+}
+
+TEST(Expand, CloneDuplicatesTheItems) {
+  StructureFactor* sf = reflection(1, 2, 3);
+  ObjVector<StructureFactor> keep;
+  keep.add(sf);
+  StructureFactor* copy = sf->Clone(1);
+  EXPECT_EQ(copy->refCount, 0);
+  const int more[3] = {4, 5, 6};
+  copy->hkl.add(more);
+  EXPECT_EQ(sf->hkl.nItems(), 1u);
+  EXPECT_EQ(copy->hkl.nItems(), 2u);
+  EXPECT_EQ(copy->hkl.itemWidth, 3u);
+  EXPECT_EQ(copy->phase.itemWidth, 2u);
+  delete copy;
+}
+
+class GeneratedList : public ::testing::Test {
+protected:
+  StructureFactor prototype;
+  ObjVector<MatrixD> ops;
+  ObjVector<StructureFactor> out;
+  UnitMetric metric;
+};
+
+TEST_F(GeneratedList, OriginAloneGivesNothing) {
+  ops.add(op(kIdentity));
+  const int hmax[3] = {0, 0, 0};
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
+  EXPECT_EQ(out.size(), 0);
+}
+
+TEST_F(GeneratedList, OneRecordPerOrbitFirstVisitedFirst) {
+  ops.add(op(kIdentity));
+  ops.add(op(kInversion));
+  const int hmax[3] = {1, 1, 1};
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
+  // 26 points around the origin, paired by the inversion.
+  ASSERT_EQ(out.size(), 13);
+  for (int i = 0; i < out.size(); ++i) {
+    EXPECT_EQ(out[i]->hkl.nItems(), 2u);
+    EXPECT_EQ(out[i]->stabilizerOrder, 1);
+    if (i > 0) {
+      EXPECT_LE(out[i - 1]->di, out[i]->di);
+    }
+    // The member with the greatest first, then second, then third index.
+    const std::vector<int> first = item(*out[i], 0), second = item(*out[i], 1);
+    EXPECT_GT(first, second);
+  }
+  EXPECT_DOUBLE_EQ(out[0]->di, 1.0);
+  EXPECT_DOUBLE_EQ(out[12]->di, std::sqrt(3.0));
+}
+
+TEST_F(GeneratedList, ResolutionLimitsSkipReflections) {
+  ops.add(op(kIdentity));
+  ops.add(op(kInversion));
+  const int hmax[3] = {1, 1, 1};
+  // d >= 0.6 keeps 1/d <= 1.667: all but the eight corners (1/d = 1.732).
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0.6, 0, true, 3);
+  EXPECT_EQ(out.size(), 9);
+  // 1/d >= 1.2 keeps the face diagonals and the corners.
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 1.2, true, 3);
+  EXPECT_EQ(out.size(), 10);
+}
+
+TEST_F(GeneratedList, EqualSpacingsComeRightHalfFirst) {
+  ops.add(op(kIdentity));
+  ops.add(op(kInversion));
+  const int hmax[3] = {1, 1, 0};
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
+  // Visited as 1 1 0, 1 0 0, 1 -1 0, 0 1 0; the merge takes the right-hand
+  // element of a tie first, which a stable sort would not.
+  ASSERT_EQ(out.size(), 4);
+  EXPECT_EQ(item(*out[0], 0), (std::vector<int>{0, 1, 0}));
+  EXPECT_EQ(item(*out[1], 0), (std::vector<int>{1, 0, 0}));
+  EXPECT_EQ(item(*out[2], 0), (std::vector<int>{1, -1, 0}));
+  EXPECT_EQ(item(*out[3], 0), (std::vector<int>{1, 1, 0}));
+}
+
+TEST_F(GeneratedList, EquivalentsOutsideTheBoxAreDropped) {
+  // A fourfold axis along c maps h 0 0 onto 0 h 0, outside a box flat in k.
+  ops.add(op(kIdentity));
+  ops.add(op({0, -1, 0, 1, 0, 0, 0, 0, 1}));
+  ops.add(op({-1, 0, 0, 0, -1, 0, 0, 0, 1}));
+  ops.add(op({0, 1, 0, -1, 0, 0, 0, 0, 1}));
+  const int hmax[3] = {1, 0, 0};
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, false, 3);
+  ASSERT_EQ(out.size(), 1);
+  EXPECT_EQ(item(*out[0], 0), (std::vector<int>{1, 0, 0}));
+  EXPECT_EQ(out[0]->hkl.nItems(), 2u);
+  EXPECT_EQ(out[0]->stabilizerOrder, 1);
+  // Expanding again restores the full orbit.
+  ObjVector<StructureFactor> absent;
+  StructureFactor::ExpandReflectionList(out, absent, ops, metric.reciprocal, 3, 0);
+  EXPECT_EQ(out[0]->hkl.nItems(), 4u);
+}
+
+TEST_F(GeneratedList, AbsentOrbitsAreLeftOut) {
+  ops.add(op(kIdentity));
+  ops.add(op({-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, 0.5, 0}));
+  const int hmax[3] = {0, 2, 0};
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, false, 3);
+  // 0 2 0 and 0 -2 0 stay; 0 1 0 and 0 -1 0 are absent.
+  ASSERT_EQ(out.size(), 2);
+  EXPECT_EQ(out[0]->stabilizerOrder, 2);
+  EXPECT_EQ(std::abs(out[0]->hkl.item(0)[1]), 2);
+}
+
+TEST_F(GeneratedList, RemoveDuplicateTakesOutWhatTheReferenceHolds) {
+  ops.add(op(kIdentity));
+  ops.add(op(kInversion));
+  const int hmax[3] = {1, 1, 1};
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
+  ObjVector<StructureFactor> reference, absent;
+  EXPECT_EQ(StructureFactor::RemoveDuplicate(out, reference, ops, metric.reciprocal, 3), 0);
+  EXPECT_EQ(out.size(), 13);
+  // -1 0 0 is the second item of the record of 1 0 0; 1 1 1 its first.
+  reference.add(reflection(-1, 0, 0));
+  reference.add(reflection(1, 1, 1));
+  reference.add(reflection(3, 0, 0));
+  StructureFactor::ExpandReflectionList(reference, absent, ops, metric.reciprocal, 3, 0);
+  EXPECT_EQ(StructureFactor::RemoveDuplicate(out, reference, ops, metric.reciprocal, 3), 2);
+  ASSERT_EQ(out.size(), 11);
+  for (StructureFactor* sf : out) {
+    EXPECT_NE(item(*sf, 0), (std::vector<int>{1, 0, 0}));
+    EXPECT_NE(item(*sf, 0), (std::vector<int>{1, 1, 1}));
+  }
+  EXPECT_EQ(reference.size(), 3);
+  EXPECT_EQ(reference[0]->refCount, 1);
+}
+
+}  // namespace
