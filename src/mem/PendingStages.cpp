@@ -1,7 +1,6 @@
 // Stages of the analysis that are not written yet; each stub goes when its stage lands.
 #include "mem/MEMData3D.h"
 
-void MEMData::Wilson(double&, double&) {}
 void MEMData::Cambridge() {}
 void MEMData::L_BFGS() {}
 void MEMData::Calc_dSdR(VectorXDMP&) {}

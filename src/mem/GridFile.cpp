@@ -1,0 +1,251 @@
+// The density grid file: writing the result, and reading it back as restart density or prior.
+#include "mem/GridFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "app/IO.h"
+#include "app/LittleEndian.h"
+#include "base/Assert.h"
+#include "mem/AtomicFile.h"
+#include "mem/MEMData3D.h"
+#include "mem/ThreadData.h"
+
+namespace {
+
+constexpr long kHeaderBytes = 152;
+
+template <class T>
+void Put(FILE* f, T value) {
+    static_assert(sizeof(T) == 4, "grid file values are 4 bytes");
+    fwrite(&value, sizeof value, 1, f);
+}
+
+// A value past the end of the file leaves its target as it was: a short or
+// damaged file gives wrong densities, never an error.
+template <class T>
+void Get(FILE* f, T& value) {
+    fread_LE(&value, sizeof value, 1, f);
+}
+
+void SkipBytes(FILE* f, long count) {
+    for (long i = 0; i < count && fgetc(f) != EOF; ++i) {
+    }
+}
+
+void SkipInts(FILE* f, long long count) {
+    int32_t scratch;
+    for (long long i = 0; i < count && fread_LE(&scratch, 4, 1, f) == 1; ++i) {
+    }
+}
+
+// The users of a restart or prior file are told why it is not used, and the
+// console waits, so that the message is not lost in the cycle output.
+void WaitForKey() {
+    IO::PrintError("Press Enter key to continue.\n");
+    getchar();
+}
+
+void WriteHeader(FILE* f, const MEMData3D& d) {
+    PgridHeader h;
+    std::memcpy(h.title, d.title, sizeof h.title);
+    fwrite(h.version, sizeof h.version, 1, f);
+    fwrite(h.title, sizeof h.title, 1, f);
+    Put(f, h.constant);
+    Put<int32_t>(f, d.nSymOp > 1 ? 1 : 0);
+    Put<int32_t>(f, d.targetMoment[0] != 0.0 && d.targetMoment[1] != 0.0 ? 2 : 1);
+    Put(f, h.dimension);
+    for (int i = 0; i < 3; ++i) Put<int32_t>(f, d.gridSize[i]);
+    Put<int32_t>(f, d.NASYM);
+    for (int i = 0; i < 6; ++i) Put<float>(f, d.unitCell.cell[i]);
+}
+
+// Rotations column by column and translations in voxels, all rounded.
+void WriteOperators(FILE* f, const MEMData3D& d) {
+    const ObjVector<MatrixD>& ops = d.unitCell.symOp;
+    HV_ASSERT(d.nSymOp <= ops.size());
+    Put<int32_t>(f, d.nSymOp);
+    Put<int32_t>(f, 0);
+    Put<int32_t>(f, 1);
+    for (int n = 0; n < d.nSymOp; ++n) {
+        const MatrixD& op = *ops[n];
+        for (int j = 0; j < 3; ++j)
+            for (int i = 0; i < 3; ++i) Put<int32_t>(f, static_cast<int32_t>(std::floor(op(i, j) + 0.5)));
+        for (int i = 0; i < 3; ++i)
+            Put<int32_t>(f, static_cast<int32_t>(std::floor(d.gridSize[i] * op(i, 3) + 0.5)));
+    }
+    for (int i = 0; i < 3; ++i) Put<int32_t>(f, 0);
+}
+
+// Densities per cubic angstrom in the file, per voxel in the blocks.
+void WriteVoxels(FILE* f, const MEMData3D& d, bool indexed) {
+    const bool plus = d.targetMoment[0] != 0.0;
+    const bool minus = d.targetMoment[1] != 0.0;
+    for (ThreadData* block : d.threads) {
+        for (int v = 0; v < block->nVoxel; ++v) {
+            if (indexed) Put<int32_t>(f, PgridVoxelIndex(d.gridSize, block->voxel + 3 * v));
+            if (plus) Put<float>(f, static_cast<float>(block->rho1[v] / d.voxelVolume));
+            if (minus) Put<float>(f, static_cast<float>(block->rho2[v] / d.voxelVolume));
+        }
+    }
+}
+
+bool MatchesRun(const PgridHeader& h, const MEMData3D& d) {
+    return h.gridSize[0] == d.gridSize[0] && h.gridSize[1] == d.gridSize[1] &&
+           h.gridSize[2] == d.gridSize[2] && h.nAsym == d.NASYM;
+}
+
+void PrintMismatch(const PgridHeader& h, const MEMData3D& d, const std::string& path) {
+    IO::PrintError("Error! Number of voxels are inconsistent.\n");
+    IO::PrintError("MEM input file: %d x %d x %d, (NASYM=%d): (%s)\n", d.gridSize[0], d.gridSize[1],
+                   d.gridSize[2], d.NASYM, d.param.dataFile.c_str());
+    IO::PrintError("Voxel data file: %d x %d x %d, (NASYM=%d): (%s)\n", h.gridSize[0], h.gridSize[1],
+                   h.gridSize[2], h.nAsym, path.c_str());
+}
+
+// Outcome of opening a density file of the present run.
+enum class GridOpen { Ok, Missing, Mismatch };
+
+// Opens `path`, reads its header and, for a file of this run's grid, takes its
+// lattice constants and moves to the first voxel. The file's cell replaces the
+// data file's, while the voxel volume stays that of the data file.
+GridOpen OpenGridFile(MEMData3D& d, const std::string& path, PgridHeader& h, FILE*& f) {
+    f = fopen(path.c_str(), "rb");
+    if (!f) return GridOpen::Missing;
+    ReadPgridHeader(f, h);
+    if (!MatchesRun(h, d)) {
+        PrintMismatch(h, d, path);
+        fclose(f);
+        f = nullptr;
+        return GridOpen::Mismatch;
+    }
+    std::memcpy(d.unitCell.cell, h.cell, sizeof h.cell);
+    if (h.gridType == 1) SkipPgridOperators(f);
+    return GridOpen::Ok;
+}
+
+// A value of the file, per cubic angstrom, as a density per voxel.
+float ReadDensity(FILE* f, float& scratch, double voxelVolume) {
+    Get(f, scratch);
+    return static_cast<float>(scratch * voxelVolume);
+}
+
+}  // namespace
+
+void ReadPgridHeader(FILE* f, PgridHeader& h) {
+    for (int32_t& word : h.version) Get(f, word);
+    SkipBytes(f, h.version[3]);
+    fread_LE(h.title, sizeof h.title, 1, f);
+    Get(f, h.constant);
+    Get(f, h.gridType);
+    Get(f, h.nChannel);
+    Get(f, h.dimension);
+    for (int32_t& n : h.gridSize) Get(f, n);
+    Get(f, h.nAsym);
+    for (float& c : h.cell) Get(f, c);
+}
+
+void SkipPgridOperators(FILE* f) {
+    int32_t nOps = 0, constant = 0, nOrigins = 0;
+    Get(f, nOps);
+    Get(f, constant);
+    Get(f, nOrigins);
+    SkipInts(f, 12LL * std::max(nOps, 0));
+    SkipInts(f, 3LL * std::max(nOrigins, 0));
+}
+
+long PgridFileSize(int gridType, int valuesPerVoxel, int nSymOp, int nAsym) {
+    long operators = gridType == 1 ? 12 + 48L * nSymOp + 12 : 0;
+    long perVoxel = 4L * valuesPerVoxel + (gridType == 1 ? 4 : 0);
+    return kHeaderBytes + operators + perVoxel * nAsym;
+}
+
+std::string PriorFileName(const std::string& gridFile) {
+    return gridFile.substr(0, gridFile.rfind('.')) + "_prior.pgrid";
+}
+
+int MEMData3D::WritePgrid() {
+    AtomicFile file(param.gridFile, "wb");
+    if (file.isOpen()) {
+        FILE* f = file.stream();
+        const bool indexed = nSymOp > 1;
+        WriteHeader(f, *this);
+        if (indexed) WriteOperators(f, *this);
+        WriteVoxels(f, *this, indexed);
+        if (file.Commit()) return 0;
+    }
+    IO::PrintError("Failed to write %s\n", param.gridFile.c_str());
+    return 1;
+}
+
+int MEMData3D::ReadRho2() {
+    PgridHeader h;
+    FILE* f = nullptr;
+    GridOpen opened = OpenGridFile(*this, param.gridFile, h, f);
+    if (opened == GridOpen::Missing)
+        IO::PrintError("Failed to read density data of previous run: %s\n", param.gridFile.c_str());
+    if (opened != GridOpen::Ok) {
+        IO::PrintError("The calculation will be started from flat densities.\n");
+        WaitForKey();
+        // A missing file makes this a fresh start; a file of another grid
+        // leaves the restart setting as the user gave it.
+        if (opened == GridOpen::Missing) param.startType = 0;
+        return 1;
+    }
+    float scratch = 0.0f;
+    int32_t index = 0;
+    for (ThreadData* block : threads) {
+        for (int v = 0; v < block->nVoxel; ++v) {
+            if (h.gridType == 1) Get(f, index);
+            float r = ReadDensity(f, scratch, voxelVolume);
+            block->rho1Old[v] = block->rho1[v] = r;
+            float q = 0.0f;
+            if (h.nChannel == 2) {
+                q = ReadDensity(f, scratch, voxelVolume);
+                block->rho2Old[v] = block->rho2[v] = q;
+            }
+            block->rho12[v] = r + q;
+        }
+    }
+    fclose(f);
+    return 0;
+}
+
+int MEMData3D::ReadPrior2() {
+    const std::string path = PriorFileName(param.gridFile);
+    PgridHeader h;
+    FILE* f = nullptr;
+    GridOpen opened = OpenGridFile(*this, path, h, f);
+    if (opened == GridOpen::Missing) IO::PrintError("Failed to read prior data %s\n", path.c_str());
+    if (opened != GridOpen::Ok) {
+        IO::PrintError("Flat prior will be used.\n");
+        WaitForKey();
+        if (opened == GridOpen::Missing) param.priorType = 0;
+        return 1;
+    }
+    float scratch = 0.0f;
+    int32_t index = 0;
+    for (ThreadData* block : threads) {
+        for (int v = 0; v < block->nVoxel; ++v) {
+            if (h.gridType == 1) Get(f, index);
+            block->prior1[v] = ReadDensity(f, scratch, voxelVolume);
+            if (h.nChannel == 2) block->prior2[v] = ReadDensity(f, scratch, voxelVolume);
+        }
+    }
+    fclose(f);
+
+    // Without a restart file the prior is also the start. The copy covers
+    // nVoxel bytes, not nVoxel values: prior runs have always started from
+    // this partly seeded density, and their results are kept comparable.
+    if (param.startType == 0) {
+        for (ThreadData* block : threads) {
+            const size_t bytes = static_cast<size_t>(block->nVoxel);
+            std::memcpy(block->rho1Old.p_, block->prior1, bytes);
+            std::memcpy(block->rho1.p_, block->prior1, bytes);
+            std::memcpy(block->rho2Old.p_, block->prior2, bytes);
+            std::memcpy(block->rho2.p_, block->prior2, bytes);
+        }
+    }
+    return 0;
+}

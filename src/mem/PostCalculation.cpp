@@ -1,0 +1,65 @@
+// End of an analysis: closing statistics, the residual histogram, and all output files.
+#include <omp.h>
+
+#include <cmath>
+#include <vector>
+
+#include "base/Assert.h"
+#include "mem/Constraint.h"
+#include "mem/EpsHistogram.h"
+#include "mem/MEMData3D.h"
+#include "mem/ThreadData.h"
+
+namespace {
+
+// Normalised residual (|Fobs| - |Fcalc|) sqrt(w) of every individual
+// reflection. Measured value i is compared with list position i, not with
+// i + nRefUnobs: with generated reflections at the head of the list the
+// comparison is shifted, and the histogram of such runs has always been so.
+std::vector<float> IndividualResiduals(const MEMData& d) {
+    std::vector<float> eps(static_cast<size_t>(d.nRefF) + d.nRefG, 0.0f);
+    for (int i = 0; i < d.nRefF; ++i) {
+        const StructureFactor& r = *d.reflections[i];
+        double fobs = std::sqrt(d.FobsRe[i] * d.FobsRe[i] + d.FobsIm[i] * d.FobsIm[i]);
+        double fcalc = std::sqrt(r.A * r.A + r.B * r.B);
+        eps[i] = static_cast<float>((fobs - fcalc) * std::sqrt(d.weightF[i]));
+    }
+    return eps;
+}
+
+}  // namespace
+
+void MEMData::PostCalculation() {
+    // The report written below shows the time up to here.
+    progressFn(progressArg, timeMEM);
+
+    // ZSPA alone leaves the entropies to the end; the other optimisers keep them current.
+    if (param.algorithm == 0) {
+        double e1 = 0.0, e2 = 0.0;
+#pragma omp parallel num_threads(nThreads) reduction(+ : e1, e2)
+        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
+            double sp = 0.0, sm = 0.0;
+            threads[t]->Calc_Partial_Entropy(sp, sm);
+            e1 += sp;
+            e2 += sm;
+        }
+        entropyPlus = e1;
+        entropyMinus = e2;
+    }
+
+    for (int n = 0; n < 8; ++n) orders[n] = 2 * (n + 1);
+    HV_ASSERT(constraints.size() > 0);
+    constraints[0]->Calc_CFn(Cn, orders, 8, residualRe, residualIm, groupSize);
+
+    std::vector<float> eps = IndividualResiduals(*this);
+    BuildEpsHistogram(eps.data(), nRefF, epsHistogram);
+
+    CalcFlnR();
+    WriteOutputFiles();
+}
+
+int MEMData3D::WriteOutputFiles() {
+    int failures = WriteOut() + WritePgrid();
+    if (param.feedbackOutput != 2) failures += WriteFba();
+    return failures;
+}

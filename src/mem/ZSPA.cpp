@@ -1,0 +1,108 @@
+// The zeroth-order single-pixel approximation: a fixed-point iteration of the density with one adaptive multiplier.
+#include <omp.h>
+
+#include <cmath>
+
+#include "app/IO.h"
+#include "mem/MEMData.h"
+#include "mem/ThreadData.h"
+
+namespace {
+
+// The loop goes on while CONSTR - 1 exceeds this after a swapped step...
+constexpr double kGoOnAbove = 1e-5;
+// ...and an accepted step below this is the result at once, without a swap.
+constexpr double kDoneBelow = 1e-6;
+// Failed attempts in a row before the fall-back to a fresh count and the Cambridge algorithm.
+constexpr int kMaxFailures = 20;
+
+bool GoOn(const MEMData& d) { return d.constr - 1.0 > kGoOnAbove || std::isnan(d.wConstr); }
+
+// The exponential update of every voxel from the accepted density, scaled to
+// the target totals, with its structure factors and constraint. False, with
+// the densities untouched, when the new totals are not finite.
+bool MakeCandidate(MEMData& d) {
+    double sum1 = 0.0, sum2 = 0.0;
+#pragma omp parallel num_threads(d.nThreads) reduction(+ : sum1, sum2)
+    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
+        double z1 = 0.0, z2 = 0.0;
+        d.threads[t]->ZSPA_Calc_Next_Rho1(d.param.lambda, z1, z2);
+        sum1 += z1;
+        sum2 += z2;
+    }
+    if (!std::isfinite(sum1) || !std::isfinite(sum2)) return false;
+
+    // Without a negative density sum2 is 0 and b is not finite; the blocks skip that side.
+    const double a = d.targetMoment[0] / sum1;
+    const double b = d.targetMoment[1] / sum2;
+#pragma omp parallel num_threads(d.nThreads)
+    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
+        d.threads[t]->ZSPA_Normalize(a, b);
+    d.CalcFcalc(0);
+    d.Calc_Constraint(d.cycle);
+    return true;
+}
+
+void SwapDensities(MEMData& d) {
+#pragma omp parallel num_threads(d.nThreads)
+    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
+        d.threads[t]->SwapRho();
+}
+
+void PrintCycle(const MEMData& d, double dC) {
+    IO::Printf(" CYCLE %d: Lambda=%E\n", d.cycle, d.param.lambda);
+    IO::Printf(" CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E\n", d.constr, d.CONF, d.CONG);
+    IO::Printf("  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n\n", dC, d.RF, d.wRF);
+}
+
+}  // namespace
+
+void MEMData::ZSPA(int maxCycles) {
+    cycle = 1;
+    double prevQ = wConstr;  // wConstr of the last accepted cycle
+    double prevC = constr;   // constr of the last accepted cycle
+    double dQ = 0.0, dC = 0.0;
+    // The multiplier never grows back to the value at which the last run of failures began.
+    double lambdaCeiling = 1e16;
+    int failures = 0;
+
+    while (maxCycles > cycle && GoOn(*this)) {
+        const bool bad = !MakeCandidate(*this);
+        if (!bad) {
+            dQ = wConstr - prevQ;
+            dC = constr - prevC;
+        }
+
+        // Rejected only when both measures got worse, or the attempt was not finite.
+        if ((dQ > 0.0 && dC > 0.0) || std::isnan(wConstr) || bad) {
+            if (failures == 0) lambdaCeiling = param.lambda;
+            param.lambda *= 0.5;
+            IO::Printf("A new value of lambda has been determined. (lambda=%E)\n", param.lambda);
+            if (++failures <= kMaxFailures) continue;
+            // A multiplier that halving no longer changes (0, infinite, NaN)
+            // would send the fall-back into itself without end.
+            if (param.lambda != 0.0 && std::isfinite(param.lambda)) {
+                ZSPA(param.maxCycles);
+                PostCalculation();
+                Cambridge();
+            }
+            break;
+        }
+
+        failures = 0;
+        const bool done = kDoneBelow > constr - 1.0;
+        if (cycle % 10 == 0 || done) PrintCycle(*this, dC);
+        if (done) break;  // the candidate itself is the result
+
+        SwapDensities(*this);
+        DFT_Derivatives();
+        prevQ = wConstr;
+        prevC = constr;
+        const double t = param.coefT;
+        if (lambdaCeiling > (1.0 + t) * param.lambda) param.lambda += t * param.lambda;
+        ++cycle;
+    }
+
+    finalLambda = param.lambda;
+    CalcFcalc(1);
+}

@@ -1,0 +1,150 @@
+// The residual histogram and the all-or-nothing replacement of output files.
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "mem/AtomicFile.h"
+#include "mem/EpsHistogram.h"
+#include "zspa_fixture.h"
+
+namespace {
+
+int CountAt(const std::vector<int>& h, int label) {
+    for (size_t j = 0; j + 1 < h.size(); j += 2)
+        if (h[j] == label) return h[j + 1];
+    return -1;
+}
+
+int Total(const std::vector<int>& h) {
+    int sum = 0;
+    for (size_t j = 1; j < h.size(); j += 2) sum += h[j];
+    return sum;
+}
+
+std::vector<std::string> FilesIn(const std::string& dir) {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d))
+            if (e->d_name[0] != '.') names.push_back(e->d_name);
+        closedir(d);
+    }
+    return names;
+}
+
+}  // namespace
+
+TEST(EpsHistogram, BinsOfATenthWithAnEmptyBinAtEachEnd) {
+    const float eps[] = {0.25f, -0.31f, 1.04f, 0.0f, 0.04f};
+    std::vector<int> h;
+    BuildEpsHistogram(eps, 5, h);
+    // -0.31 rounds to bin -3 and 1.04 to bin 10: labels -4 .. 11.
+    ASSERT_EQ(h.size(), 2u * 16);
+    EXPECT_EQ(h.front(), -4);
+    EXPECT_EQ(h[h.size() - 2], 11);
+    EXPECT_EQ(CountAt(h, -4), 0);
+    EXPECT_EQ(CountAt(h, 11), 0);
+    // 0.25 lies half-way and rounds up, into bin 3.
+    EXPECT_EQ(CountAt(h, 3), 1);
+    EXPECT_EQ(CountAt(h, 2), 0);
+    EXPECT_EQ(CountAt(h, 0), 2);
+    EXPECT_EQ(CountAt(h, -3), 1);
+    EXPECT_EQ(CountAt(h, 10), 1);
+    EXPECT_EQ(Total(h), 5);
+    for (size_t j = 2; j < h.size(); j += 2) EXPECT_EQ(h[j], h[j - 2] + 1);
+}
+
+TEST(EpsHistogram, ARepeatedCallRebuildsButNoResidualsKeepTheOldOne) {
+    std::vector<int> h;
+    const float first[] = {2.0f, 2.0f};
+    BuildEpsHistogram(first, 2, h);
+    const float second[] = {-0.5f};
+    BuildEpsHistogram(second, 1, h);
+    EXPECT_EQ(h.size(), 2u * 3);
+    EXPECT_EQ(CountAt(h, -5), 1);
+    EXPECT_EQ(Total(h), 1);
+
+    std::vector<int> kept = h;
+    BuildEpsHistogram(nullptr, 0, h);
+    EXPECT_EQ(h, kept);
+    std::vector<int> empty;
+    BuildEpsHistogram(nullptr, 0, empty);
+    EXPECT_TRUE(empty.empty());
+}
+
+TEST(EpsHistogram, BrokenUncertaintiesStaySmallAndCounted) {
+    // A sigma of 0 or 1e-20 in a hand-edited file gives infinite or enormous
+    // residuals; they must neither crash nor ask for millions of bins.
+    const float inf = std::numeric_limits<float>::infinity();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float eps[] = {1e30f, -1e30f, inf, nan, 0.1f};
+    std::vector<int> h;
+    BuildEpsHistogram(eps, 5, h);
+    EXPECT_LE(h.size(), 2u * 20003);
+    EXPECT_EQ(Total(h), 3);
+    EXPECT_EQ(CountAt(h, 1), 1);
+}
+
+TEST(EpsHistogram, RawFileHasOneLinePerBin) {
+    TempDir dir;
+    std::vector<int> h = {-4, 0, 13, 7, 14, 0};
+    ASSERT_EQ(WriteEpsHistogram(dir.file("a_eps.raw"), h), 0);
+    EXPECT_EQ(ReadText(dir.file("a_eps.raw")), "-0.4, 0\n1.3, 7\n1.4, 0\n");
+
+    CapturedOutput out;
+    EXPECT_EQ(WriteEpsHistogram(dir.file("missing/a_eps.raw"), h), 1);
+    EXPECT_EQ(out.errors(), "Failed to write " + dir.file("missing/a_eps.raw") + "\n");
+}
+
+TEST(AtomicFile, ReplacesTheTargetOnlyWhenCommitted) {
+    TempDir dir;
+    const std::string path = dir.file("report.out");
+    WriteText(path, "previous\n");
+    {
+        AtomicFile file(path, "w");
+        ASSERT_TRUE(file.isOpen());
+        fputs("half", file.stream());
+        // An interrupted writer never commits.
+    }
+    EXPECT_EQ(ReadText(path), "previous\n");
+    EXPECT_EQ(FilesIn(dir.path()), std::vector<std::string>{"report.out"});
+
+    {
+        AtomicFile file(path, "w");
+        fputs("complete\n", file.stream());
+        EXPECT_EQ(ReadText(path), "previous\n");
+        EXPECT_TRUE(file.Commit());
+    }
+    EXPECT_EQ(ReadText(path), "complete\n");
+    EXPECT_EQ(FilesIn(dir.path()), std::vector<std::string>{"report.out"});
+}
+
+TEST(AtomicFile, FailsInADirectoryThatDoesNotExist) {
+    TempDir dir;
+    AtomicFile file(dir.file("no/such/file"), "wb");
+    EXPECT_FALSE(file.isOpen());
+    EXPECT_FALSE(file.Commit());
+}
+
+TEST(AtomicFile, AFullDeviceKeepsThePreviousFile) {
+    // /dev/full fails every write; a target beside it cannot be written
+    // through the temporary either, so only the reported failure is checked.
+    TempDir dir;
+    const std::string path = dir.file("grid.pgrid");
+    WriteText(path, "old");
+    AtomicFile file(path, "wb");
+    ASSERT_TRUE(file.isOpen());
+    // Make the stream's writes fail as on a full disk.
+    FILE* full = freopen("/dev/full", "wb", file.stream());
+    ASSERT_NE(full, nullptr);
+    std::vector<char> block(1 << 16, 'x');
+    fwrite(block.data(), 1, block.size(), full);
+    EXPECT_FALSE(file.Commit());
+    EXPECT_EQ(ReadText(path), "old");
+}
