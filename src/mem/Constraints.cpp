@@ -1,0 +1,128 @@
+// The constraint of the whole analysis: chi-square, R factors, the eight generalised
+// terms and their merged derivatives; and the two functions of a trial multiplier.
+#include <omp.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "app/IO.h"
+#include "mem/Constraint.h"
+#include "mem/MEMData.h"
+#include "mem/ThreadData.h"
+
+namespace {
+
+constexpr int kAlgorithmZSPA = 0;
+
+}  // namespace
+
+void MEMData::Calc_Constraint(int cycle) {
+    const double dPlus = targetMoment[0] - calcMoment[0];
+    const double dMinus = targetMoment[1] - calcMoment[1];
+    constrF0 = (dPlus * dPlus + dMinus * dMinus) * meanWeight;
+    for (int i = 0; i < nRefUnobs; ++i) {
+        const StructureFactor* f = reflections[i];
+        constrF0 += (f->A * f->A + f->B * f->B) * meanWeight;
+    }
+
+    double sum1 = 0.0, sumAbs = 0.0;
+    for (int p = 0; p < nRefF; ++p) {
+        const StructureFactor* f = reflections[p + nRefUnobs];
+        const double a = FobsRe[p] - f->A;
+        const double b = FobsIm[p] - f->B;
+        const double w = weightF[p];
+        sum1 += w * (a * a + b * b);
+        sumAbs += std::sqrt(a * a + b * b);
+        residualRe[p] = a * std::sqrt(w);
+        residualIm[p] = b * std::sqrt(w);
+    }
+
+    double sum2 = 0.0, sumAbs2 = 0.0;
+    const int end = nRefF + nRefG;
+    int first = nRefF;
+    for (int g = 0; g < nGroups && first < end; ++g) {
+        const int last = std::min(first + std::max(groupSize[g], 0), end);
+        int mult = 0;
+        double linear = 0.0, squares = 0.0;
+        for (int p = first; p < last; ++p) {
+            const StructureFactor* f = reflections[p + nRefUnobs];
+            const int M = static_cast<int>(f->hkl.nItems());
+            mult += M;
+            linear += M * f->A;
+            squares += M * (f->A * f->A + f->B * f->B);
+        }
+        groupMult[g] = mult;
+        // With unobserved reflections estimated, a group is compared by its
+        // mean real part, which keeps the sign; otherwise by its magnitude.
+        Gcalc[g] = param.estimateUnobserved ? linear / mult : std::sqrt(squares / mult);
+        const double d = Gobs[g] - Gcalc[g];
+        sum2 += d * d * weightG[g];
+        sumAbs2 += std::fabs(d);
+        for (int p = first; p < last; ++p)
+            residualRe[p] = d * std::sqrt(weightG[g]);
+        first = last;
+    }
+
+    CONF = sum1;
+    CONG = sum2;
+    constr = (sum1 + sum2) / (nRefF + nGroups);
+    wRF = std::sqrt((sum1 + sum2) / (sumWFobs2 + sumWGobs2));
+    RF = (sumAbs + sumAbs2) / (sumFobs + sumGobs);
+
+    // While ZSPA is still far from the fit, the higher orders, which grow
+    // fastest with the residuals, are damped by powers of C. An order without
+    // weight stays without, even at C = 0.
+    wConstr = 0.0;
+    for (int c = 0; c < constraints.size(); ++c) {
+        double weight = param.lambdaFraction[c];
+        if (param.algorithm == kAlgorithmZSPA && weight != 0.0)
+            weight /= std::pow(constr, c);
+        wConstr += constraints[c]->CalcDerivative(cycle, reflections, residualRe, residualIm,
+                                                  weightF, Gcalc, groupSize, groupMult,
+                                                  refWeight, weight, param.estimateUnobserved);
+    }
+
+    std::memset(mergedDerivRe, 0, sizeof(double) * end);
+    std::memset(mergedDerivIm, 0, sizeof(double) * end);
+    for (int c = 0; c < constraints.size(); ++c)
+        constraints[c]->MergeDerivative(mergedDerivRe, mergedDerivIm);
+}
+
+double CalcC2(void* data, double lambda) {
+    MEMData& mem = *static_cast<MEMData*>(data);
+    double Zp = 0.0, Zm = 0.0;
+#pragma omp parallel num_threads(mem.nThreads) reduction(+ : Zp, Zm)
+    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {
+        double zp = 0.0, zm = 0.0;
+        mem.threads[t]->ZSPA_Calc_Next_Rho1(lambda, zp, zm);
+        Zp += zp;
+        Zm += zm;
+    }
+    const double a = mem.targetMoment[0] / Zp;
+    const double b = mem.targetMoment[1] / Zm;
+#pragma omp parallel num_threads(mem.nThreads)
+    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads())
+        mem.threads[t]->ZSPA_Normalize(a, b);
+    mem.CalcFcalc(0);
+    mem.Calc_Constraint(1);
+    IO::Printf("      C = %15.7E   lambda = %15.7E\n", mem.constr - 1.0, lambda);
+    return mem.constr - 1.0;
+}
+
+double CalcLambda(void* data, double lambda) {
+    MEMData& mem = *static_cast<MEMData*>(data);
+    double a = 0.0, b = 0.0;
+#pragma omp parallel num_threads(mem.nThreads) reduction(+ : a, b)
+    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {
+        double pa = 0.0, pb = 0.0;
+        mem.threads[t]->Calc_mu2(lambda, pa, pb);
+        a += pa;
+        b += pb;
+    }
+    if (mem.targetMoment[0] != 0.0)
+        a = std::log(std::fabs(a));
+    if (mem.targetMoment[1] != 0.0)
+        b = std::log(std::fabs(b));
+    return a + b - mem.mu1Mean - mem.mu2Mean;
+}

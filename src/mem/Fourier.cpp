@@ -1,0 +1,222 @@
+// Forward and backward maps between the asymmetric-unit density and the reflections,
+// by transform of the whole cell or by direct sums over the phase tables.
+#include <omp.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "mem/HalfComplex.h"
+#include "mem/MEMData3D.h"
+#include "mem/ThreadData.h"
+
+namespace {
+
+// Factor of the imaginary part: B is zero by symmetry in a centrosymmetric structure.
+double ImaginaryFactor(int centroFactor) { return centroFactor == 2 ? 0.0 : 1.0; }
+
+// The whole symmetry expansion: each orbit's one value lands on all its
+// points. A flat loop through the pointer table, with no index arithmetic.
+void GatherCell(double* __restrict grid, double* const* __restrict from, int n) {
+    for (int j = 0; j < n; ++j)
+        grid[j] = *from[j];
+}
+
+}  // namespace
+
+void MEMData::CalcFcalc(int withE) {
+    if (derivGrid)
+        std::memset(derivGrid, 0, sizeof(fftw_complex) * nComplex);
+    if (gridPowerB[5])
+        std::memset(gridPowerB[5], 0, sizeof(fftw_complex) * nComplex);
+    if (!useFFT) {
+#pragma omp parallel num_threads(nThreads)
+        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
+            threads[t]->Add_Rho12();
+            threads[t]->Calc_Partial_Fcalc(withE);
+        }
+    } else {
+        GatherCell(realGrid, gridPointer, nVoxelCell);
+        fftw_execute(planForward);
+    }
+    CalcFcalc_impl(withE);
+}
+
+void MEMData3D::CalcFcalc_impl(int withE) {
+    int n = nRefUnobs + nRefF + nRefG + (withE ? nRefE : 0);
+    if (n > reflections.size())
+        n = reflections.size();
+    for (int i = 0; i < n; ++i)
+        reflections[i]->A = reflections[i]->B = 0.0;
+
+    if (!useFFT) {
+        // Serial and in block order, so that the sums do not depend on scheduling.
+        for (int t = 0; t < threads.size(); ++t) {
+            const ThreadData* block = threads[t];
+            for (int i = 0; i < n; ++i) {
+                reflections[i]->A += block->partialA[i];
+                if (block->partialB)
+                    reflections[i]->B += block->partialB[i];
+            }
+        }
+    } else {
+        const double c = ImaginaryFactor(centroFactor);
+        for (int i = 0; i < n; ++i) {
+            StructureFactor* f = reflections[i];
+            const int* h = f->hkl.item(0);
+            const HalfComplexEntry e = ForwardEntry(h[0], h[1], h[2], gridSize);
+            if (fourierGrid) {
+                f->A = fourierGrid[e.index][0];
+                f->B = fourierGrid[e.index][1] * c * e.sign;
+            }
+            if (gridPowerB[1]) {
+                f->A += gridPowerB[1][e.index][0];
+                f->B += gridPowerB[1][e.index][1] * c * e.sign;
+            }
+        }
+    }
+
+    // The present totals of both channels, and their powers as for the targets.
+    double Qp = 0.0, Qm = 0.0;
+    for (int t = 0; t < threads.size(); ++t) {
+        const ThreadData* block = threads[t];
+        for (int v = 0; v < block->nVoxel; ++v) {
+            Qp += block->multiplicity[v] * block->rho1.p_[v];
+            Qm += block->multiplicity[v] * block->rho2.p_[v];
+        }
+    }
+    calcMoment[0] = Qp;
+    calcMoment[1] = Qm;
+    for (int k = 2; k < 16; k += 2) {
+        calcMoment[k] = Qp * calcMoment[k - 2] + Qm * calcMoment[k - 1];
+        calcMoment[k + 1] = Qm * calcMoment[k - 2] + Qp * calcMoment[k - 1];
+    }
+}
+
+// The direct path sums over every column here, the report-only ones included,
+// so that the report shows the same coefficients on both paths.
+void MEMData3D::CalcFlnR() {
+    int n = nRefUnobs + nRefF + nRefG + nRefE;
+    if (n > reflections.size())
+        n = reflections.size();
+#pragma omp parallel num_threads(nThreads)
+    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
+        threads[t]->CalcLnRho();
+
+    if (!useFFT) {
+#pragma omp parallel num_threads(nThreads)
+        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
+            threads[t]->Calc_Partial_Fcalc(1);
+        std::memset(dSdFRe, 0, sizeof(double) * n);
+        std::memset(dSdFIm, 0, sizeof(double) * n);
+        for (int t = 0; t < threads.size(); ++t) {
+            const ThreadData* block = threads[t];
+            for (int i = 0; i < n; ++i) {
+                dSdFRe[i] += block->partialA[i];
+                if (block->partialB)
+                    dSdFIm[i] += block->partialB[i];
+            }
+        }
+        return;
+    }
+    GatherCell(realGrid, gridPointer, nVoxelCell);
+    fftw_execute(planForward);
+    const double c = ImaginaryFactor(centroFactor);
+    for (int i = 0; i < n; ++i) {
+        const int* h = reflections[i]->hkl.item(0);
+        const HalfComplexEntry e = ForwardEntry(h[0], h[1], h[2], gridSize);
+        dSdFRe[i] = fourierGrid[e.index][0];
+        dSdFIm[i] = fourierGrid[e.index][1] * c * e.sign;
+    }
+}
+
+namespace {
+
+// Adds the derivatives (dRe, dIm) of reflection `f` by its A and B into the
+// half-complex grid, equivalent by equivalent, each times `scale`. Only the
+// half with a non-negative first index below the Nyquist limits is written:
+// the backward transform supplies the conjugate half. This assumes that the
+// negative of an equivalent carries the conjugate phase shift, which holds in
+// a centrosymmetric group and for Friedel mates, but not for reflections of a
+// non-centrosymmetric group whose restricted phase is neither 0 nor pi.
+void ScatterEquivalents(const StructureFactor& f, double dRe, double dIm, double scale,
+                        const int* n, fftw_complex* grid) {
+    const int M = static_cast<int>(f.hkl.nItems());
+    for (int j = 0; j < M; ++j) {
+        const int* h = f.hkl.item(j);
+        const int u = -h[0], v = -h[1], w = -h[2];
+        if (u < 0 || u >= n[0] / 2 || std::abs(v) >= n[1] / 2 || std::abs(w) >= n[2] / 2)
+            continue;
+        const double* pair = f.phase.item(j);
+        const double theta = pair[0] * -6.283185307179586;
+        const double c = std::cos(theta), s = std::sin(theta), sign = pair[1];
+        const long at = HalfComplexIndex(u, v, w, n);
+        grid[at][0] += (dRe * c - sign * s * dIm) * scale;
+        grid[at][1] += (sign * c * dIm + dRe * s) * scale;
+    }
+}
+
+}  // namespace
+
+// The derivatives are paired with list positions from the head of the list,
+// on both paths alike.
+void MEMData3D::DFT_Derivatives() {
+    if (!useFFT) {
+#pragma omp parallel num_threads(nThreads)
+        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
+            threads[t]->Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm);
+        return;
+    }
+    // Serial on purpose: equivalents of different reflections meet in one
+    // grid entry, and this keeps the scatter free of locks and private grids.
+    const int n = nRefF + nRefG;
+    for (int i = 0; i < n && i < reflections.size(); ++i) {
+        const StructureFactor& f = *reflections[i];
+        const double M = static_cast<double>(f.hkl.nItems());
+        if (derivGrid)
+            ScatterEquivalents(f, mergedDerivRe[i], mergedDerivIm[i], 1.0 / M, gridSize, derivGrid);
+        if (gridPowerB[5])
+            ScatterEquivalents(f, mergedDerivRe[i], mergedDerivIm[i], 1.0 / M, gridSize, gridPowerB[5]);
+    }
+    fftw_execute(planBackward);
+#pragma omp parallel num_threads(nThreads)
+    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
+        threads[t]->Calc_dCdR_FFT();
+}
+
+// DFT_Derivatives with the multipliers folded in: the constraint part scaled
+// by lam, and the terms of the totals added at zero frequency, once for every
+// reflection. The backward transform spreads a zero-frequency entry as the
+// same value onto every point, which is what the direct path adds.
+void MEMData3D::Calc_dCdR_OMRA(double lam) {
+    const double mu1 = multipliers.dim_ > 1 ? multipliers[1] : 0.0;
+    const double mu2 = multipliers.dim_ > 2 ? multipliers[2] : 0.0;
+    const double zeroPlus = -mu1 - (targetMoment[0] - calcMoment[0]) * 2.0 * lam * meanWeight;
+    const double zeroMinus = (targetMoment[1] - calcMoment[1]) * 2.0 * lam * meanWeight - mu2;
+    const int n = nRefF + nRefG;
+    if (!useFFT) {
+#pragma omp parallel num_threads(nThreads)
+        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
+            ThreadData* block = threads[t];
+            block->Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm);
+            for (int v = 0; v < block->nVoxel; ++v)
+                block->dCdR[v] = lam * block->dCdR[v] + n * zeroPlus;
+        }
+        return;
+    }
+    for (int i = 0; i < n && i < reflections.size(); ++i) {
+        const StructureFactor& f = *reflections[i];
+        const double M = static_cast<double>(f.hkl.nItems());
+        if (derivGrid) {
+            ScatterEquivalents(f, mergedDerivRe[i], mergedDerivIm[i], lam / M, gridSize, derivGrid);
+            derivGrid[0][0] += zeroPlus;
+        }
+        if (gridPowerB[5]) {
+            ScatterEquivalents(f, mergedDerivRe[i], mergedDerivIm[i], -lam / M, gridSize, gridPowerB[5]);
+            gridPowerB[5][0][0] += zeroMinus;
+        }
+    }
+    fftw_execute(planBackward);
+#pragma omp parallel num_threads(nThreads)
+    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
+        threads[t]->Calc_dCdR_FFT();
+}

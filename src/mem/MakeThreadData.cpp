@@ -1,0 +1,182 @@
+// Set-up of the voxel work: asymmetric unit, choice of Fourier path, blocks, weights, summary.
+#include <omp.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <new>
+#include <vector>
+
+#include "app/IO.h"
+#include "base/Assert.h"
+#include "mem/GridSymmetry.h"
+#include "mem/MEMData3D.h"
+#include "mem/ThreadData.h"
+
+namespace {
+
+// Lattice points per cell, from the lattice letter; the direct sums visit only
+// the operators of one lattice point where the list is built so. R counts 3 in
+// setting 1 (hexagonal axes).
+int LatticePoints(const char* spgName, int setting) {
+    switch (spgName[0]) {
+        case 'A':
+        case 'B':
+        case 'C':
+        case 'I':
+            return 2;
+        case 'F':
+            return 4;
+        case 'R':
+            return setting == 1 ? 3 : 1;
+        default:
+            return 1;
+    }
+}
+
+// Direct sums cost one table entry per voxel and reflection (two without a
+// centre of symmetry); a transform costs about N ln N. The tables are chosen
+// only while they are the cheaper, which also keeps their memory bounded.
+// Generated unobserved reflections are columns of the tables too, so they are
+// counted: a few observed reflections with many generated ones go by FFT.
+bool TransformIsCheaper(int nAsym, int nColumns, int centroFactor, int nVoxelCell) {
+    const double direct = static_cast<double>(nAsym) * nColumns * (3 - centroFactor);
+    const double N = nVoxelCell;
+    return direct > N / std::log(N) * 100.0;
+}
+
+// Plans are measured before any grid holds data, because measuring
+// overwrites the arrays; the grids are cleared afterwards.
+void SetUpTransforms(MEMData3D& mem) {
+    fftw_init_threads();
+    fftw_plan_with_nthreads(mem.nThreads);
+    mem.gridPointer = new double*[mem.nVoxelCell]();
+    mem.realGrid = static_cast<double*>(fftw_malloc(sizeof(double) * mem.nVoxelCell));
+    mem.fourierGrid = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * mem.nComplex));
+    mem.derivGrid = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * mem.nComplex));
+    if (!mem.realGrid || !mem.fourierGrid || !mem.derivGrid)
+        throw std::bad_alloc();
+    const int nx = mem.gridSize[0], ny = mem.gridSize[1], nz = mem.gridSize[2];
+    mem.planForward = fftw_plan_dft_r2c_3d(nz, ny, nx, mem.realGrid, mem.fourierGrid, FFTW_MEASURE);
+    mem.planBackward = fftw_plan_dft_c2r_3d(nz, ny, nx, mem.derivGrid, mem.realGrid, FFTW_MEASURE);
+    std::fill(mem.realGrid, mem.realGrid + mem.nVoxelCell, 0.0);
+    std::fill(&mem.fourierGrid[0][0], &mem.fourierGrid[0][0] + 2 * mem.nComplex, 0.0);
+    std::fill(&mem.derivGrid[0][0], &mem.derivGrid[0][0] + 2 * mem.nComplex, 0.0);
+}
+
+// Contiguous runs of the scan order, differing in length by at most one. The
+// objects are made here in thread order; each thread then fills its own block,
+// so that the block's pages lie in that thread's memory.
+void BuildBlocks(MEMData3D& mem, const AsymmetricUnit& asu, const std::vector<int>& ops, int nRefl) {
+    for (int t = 0; t < mem.nThreads; ++t) {
+        const int begin = static_cast<int>(static_cast<long long>(t) * mem.NASYM / mem.nThreads);
+        const int end = static_cast<int>(static_cast<long long>(t + 1) * mem.NASYM / mem.nThreads);
+        mem.threads.add(new ThreadData(mem.nRefF + mem.nRefG, end - begin, begin));
+    }
+#pragma omp parallel num_threads(mem.nThreads)
+    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {
+        ThreadData* block = mem.threads[t];
+        block->Create(3, mem.gridSize, mem.targetMoment[0], mem.targetMoment[1],
+                      asu.voxel.data() + 3 * block->offset, asu.multiplicity.data() + block->offset,
+                      mem.realGrid, mem.gridPointer, asu.owner.data(), mem.reflections, nRefl,
+                      ops.data(), mem.nSymOp, mem.nCenter, mem.centroFactor, mem.useFFT,
+                      mem.nRefE);
+    }
+}
+
+// refWeight enters with the M of the data file (or 1) and leaves as a relative
+// weight with mean 1: scaled by a power of d (or an exponential in sqrt(1/d)
+// for a negative exponent), optionally by a power of the multiplicity with
+// groups sharing their mean weight.
+void NormaliseReflectionWeights(MEMData3D& mem) {
+    const int n = mem.nRefF + mem.nRefG;
+    const double x = mem.param.weightPowerD;
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i) {
+        const double di = mem.reflections[mem.nRefUnobs + i]->di;
+        mem.refWeight[i] = (x >= 0.0 ? std::pow(di, -x) : std::exp(std::sqrt(di) * x)) * mem.refWeight[i];
+        sum += mem.refWeight[i];
+    }
+    const double y = mem.param.weightPowerM;
+    if (y > 0.0) {
+        sum = 0.0;
+        for (int i = 0; i < n; ++i) {
+            const double m = static_cast<double>(mem.reflections[mem.nRefUnobs + i]->hkl.nItems());
+            mem.refWeight[i] *= std::pow(m, y);
+            sum += mem.refWeight[i];
+        }
+        int first = mem.nRefF;
+        for (int g = 0; g < mem.nGroups && first < n; ++g) {
+            const int last = std::min(first + std::max(mem.groupSize[g], 0), n);
+            double members = 0.0;
+            for (int i = first; i < last; ++i)
+                members += mem.refWeight[i];
+            const double mean = members / (last - first);
+            for (int i = first; i < last; ++i)
+                mem.refWeight[i] = mean;
+            if (last > first)
+                sum += mean - members;
+            first = last;
+        }
+    }
+    const double mean = sum / (mem.nRefF + mem.nGroups);
+    for (int i = 0; i < n; ++i)
+        mem.refWeight[i] /= mean;
+}
+
+void PrintPreparationSummary(const MEMData3D& mem) {
+    const float* c = mem.unitCell.cell;
+    IO::Printf("\n  Title: %s\n\n", mem.title);
+    IO::Printf("  Lattice parameters:\n");
+    IO::Printf("         a = %9.5f     b = %9.5f      c = %9.5f\n", c[0], c[1], c[2]);
+    IO::Printf("     alpha = %9.5f  beta = %9.5f  gamma = %9.5f\n", c[3], c[4], c[5]);
+    IO::Printf("         V = %.4f\n\n", mem.unitCell.orthoMatrix.Determinant());
+    IO::Printf("  Space group: %s\n", mem.unitCell.spgName);
+    IO::Printf("  Space group number: %d\n", mem.unitCell.spgNumber);
+    IO::Printf("  Setting number: %d\n\n", mem.unitCell.spgSetting);
+    IO::Printf("  Numbers of reflections used in MEM analysis:\n");
+    IO::Printf("     NREF1(F) = %d\n", mem.nRefF);
+    IO::Printf("     NREF2(G) = %d\n", mem.nRefG);
+    IO::Printf("     NREF3(E) = %d\n\n", mem.nRefE);
+    IO::Printf("  Number of voxels in the asymmetric unit = %d\n", mem.NASYM);
+    IO::Printf("        Number of voxels in the unit cell = %d (%d X %d X %d)\n\n", mem.nVoxelCell,
+               mem.gridSize[0], mem.gridSize[1], mem.gridSize[2]);
+}
+
+}  // namespace
+
+void MEMData3D::MakeThreadData() {
+    // Readers replace a grid without voxels by one from the cell; the cell
+    // index must fit the int of the Fourier library's interface.
+    HV_ASSERT(gridSize[0] > 0 && gridSize[1] > 0 && gridSize[2] > 0);
+    HV_ASSERT(static_cast<long long>(gridSize[0]) * gridSize[1] * gridSize[2] <= INT_MAX);
+    nSymOp = unitCell.symOp.size();
+    nVoxelCell = gridSize[0] * gridSize[1] * gridSize[2];
+    nComplex = static_cast<long>(gridSize[0] / 2 + 1) * gridSize[1] * gridSize[2];
+    const std::vector<int> ops = MakeGridOperators(unitCell.symOp, gridSize);
+    centroFactor = unitCell.centric ? 2 : 1;
+    nCenter = LatticePoints(unitCell.spgName, unitCell.spgSetting);
+
+    {
+        const AsymmetricUnit asu = FindAsymmetricUnit(gridSize, ops);
+        NASYM = asu.size();
+        const int nRefl = nRefUnobs + nRefF + nRefG + nRefE;
+        HV_ASSERT(nRefl <= reflections.size());
+        if (param.entropyOrder > 1) {
+            useFFT = true;
+        } else {
+            useFFT = TransformIsCheaper(NASYM, nRefl, centroFactor, nVoxelCell);
+            IO::Printf(useFFT ? "\nUse FFT routine.\n" : "\nUse DFT routine.\n");
+        }
+        if (useFFT)
+            SetUpTransforms(*this);
+        BuildBlocks(*this, asu, ops, nRefl);
+    }
+    if (param.startType)
+        ReadRho2();
+    if (param.priorType)
+        ReadPrior2();
+    NormaliseReflectionWeights(*this);
+    PrintPreparationSummary(*this);
+}
+

@@ -1,0 +1,200 @@
+// The transform path and the direct-sum path give the same structure factors and derivatives.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+
+#include "mem/ThreadData.h"
+#include "voxel_fixture.h"
+
+namespace {
+
+struct Pair {
+    std::unique_ptr<MEMData3D> direct;
+    std::unique_ptr<MEMData3D> fft;
+};
+
+Pair BothPaths(AnalysisSpec spec) {
+    spec.withOrigin = true;
+    spec.extraE = 0;
+    Pair p;
+    p.direct = MakePreparedAnalysis(spec);
+    p.fft = MakeTransformAnalysis(spec);
+    EXPECT_FALSE(p.direct->useFFT);
+    EXPECT_TRUE(p.fft->useFFT);
+    EXPECT_EQ(p.direct->NASYM, p.fft->NASYM);
+    return p;
+}
+
+double TotalCharge(MEMData3D& mem) {
+    double sum = 0.0;
+    for (int t = 0; t < mem.threads.size(); ++t) {
+        const ThreadData* b = mem.threads[t];
+        for (int v = 0; v < b->nVoxel; ++v)
+            sum += b->multiplicity[v] * b->rho12.p_[v];
+    }
+    return sum;
+}
+
+// F(h) = sum over all cell points of density * exp(+2 pi i h.x), straight
+// from the definition, over the whole-cell grid that the transform path read.
+std::complex<double> SumOverCell(const MEMData3D& mem, const int* h) {
+    const int* n = mem.gridSize;
+    std::complex<double> F = 0.0;
+    for (int z = 0; z < n[2]; ++z)
+        for (int y = 0; y < n[1]; ++y)
+            for (int x = 0; x < n[0]; ++x) {
+                const double phase = 2.0 * M_PI * (double(h[0]) * x / n[0] + double(h[1]) * y / n[1] + double(h[2]) * z / n[2]);
+                F += mem.realGrid[x + n[0] * (y + n[1] * z)] * std::polar(1.0, phase);
+            }
+    return F;
+}
+
+// Structure factors on both paths for a random density; |F| <= F(000) bounds
+// every value, so the differences are measured against F(000).
+void ExpectSameStructureFactors(const AnalysisSpec& spec) {
+    Pair p = BothPaths(spec);
+    RandomiseDensity(*p.direct, 7);
+    RandomiseDensity(*p.fft, 7);
+    p.direct->CalcFcalc(1);
+    p.fft->CalcFcalc(1);
+
+    const int common = p.direct->nRefUnobs + p.direct->nRefF + p.direct->nRefG + 1;  // and (0 0 0)
+    const double scale = spec.F000;
+    for (int i = 0; i < common; ++i) {
+        const StructureFactor* a = p.direct->reflections[i];
+        const StructureFactor* b = p.fft->reflections[i];
+        EXPECT_NEAR(a->A, b->A, 1e-9 * scale) << "reflection " << i;
+        EXPECT_NEAR(a->B, b->B, 1e-9 * scale) << "reflection " << i;
+        const std::complex<double> truth = SumOverCell(*p.fft, a->hkl.item(0));
+        EXPECT_NEAR(truth.real(), b->A, 1e-9 * scale) << "reflection " << i;
+        EXPECT_NEAR(truth.imag(), b->B, 1e-9 * scale) << "reflection " << i;
+        if (p.direct->centroFactor == 2) {
+            EXPECT_EQ(a->B, 0.0);
+            EXPECT_EQ(b->B, 0.0);
+        }
+    }
+    // The origin is the first report-only reflection: the total charge.
+    const int origin = common - 1;
+    EXPECT_NEAR(p.direct->reflections[origin]->A, TotalCharge(*p.direct), 1e-10 * scale);
+    EXPECT_NEAR(p.fft->reflections[origin]->A, TotalCharge(*p.fft), 1e-10 * scale);
+    EXPECT_NEAR(p.fft->reflections[origin]->B, 0.0, 1e-10 * scale);
+    // A uniform start has the target total exactly.
+    EXPECT_NEAR(spec.F000, TotalCharge(*p.direct), 0.5 * spec.F000);
+}
+
+TEST(FourierPaths, SameStructureFactorsCentrosymmetric) {
+    ExpectSameStructureFactors({"P 21/c", {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f}, {16, 16, 16},
+                                {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {-1, 1, 2}, {2, 0, -2}, {0, 2, 0}, {1, 1, -3}, {3, 1, 1}}});
+}
+
+TEST(FourierPaths, SameStructureFactorsNonCentrosymmetric) {
+    ExpectSameStructureFactors({"P 21 21 21", {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f}, {16, 16, 16},
+                                {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}, {0, 2, 3}, {3, 1, 2}}});
+}
+
+TEST(FourierPaths, SameStructureFactorsTrigonalScrew) {
+    ExpectSameStructureFactors({"P 32 2 1", {5.0f, 5.0f, 6.0f, 90.0f, 90.0f, 120.0f}, {12, 12, 12},
+                                {{1, 0, 0}, {1, 0, 1}, {1, 1, 2}, {2, -1, 1}, {0, 1, 2}, {0, 0, 3}, {2, 1, -1}}});
+}
+
+// Generated reflections stand at the head of the list; the direct sums carry
+// them as table columns of their own, so both paths calculate all of them.
+TEST(FourierPaths, SameStructureFactorsWithGeneratedReflections) {
+    AnalysisSpec spec{"P 21 21 21", {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f}, {16, 16, 16},
+                      {{1, 1, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}}};
+    spec.unobserved = {{1, 0, 0}, {0, 3, 0}, {2, 3, 1}, {1, 1, 4}};
+    ExpectSameStructureFactors(spec);
+}
+
+// Lattice centring adds only phases of 1 for allowed reflections, so the
+// direct sums over one lattice point still agree with the whole-cell transform.
+TEST(FourierPaths, SameStructureFactorsCentredLattice) {
+    ExpectSameStructureFactors({"F m -3 m", {5.6f, 5.6f, 5.6f, 90.0f, 90.0f, 90.0f}, {16, 16, 16},
+                                {{1, 1, 1}, {2, 0, 0}, {2, 2, 0}, {3, 1, 1}, {2, 2, 2}, {4, 0, 0}}});
+}
+
+// Reflections that the lattice or a screw axis forbids are zero for every
+// symmetric density, on both paths.
+TEST(FourierPaths, AbsentReflectionsVanish) {
+    for (const char* symbol : {"F m -3 m", "P 21/c"}) {
+        AnalysisSpec spec{symbol, {5.6f, 5.9f, 6.3f, 90.0f, 90.0f, 90.0f}, {12, 12, 12},
+                          {{1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 3, 0}, {1, 1, 1}, {2, 0, 0}}};
+        spec.keepAbsent = true;
+        Pair p = BothPaths(spec);
+        for (MEMData3D* mem : {p.direct.get(), p.fft.get()}) {
+            RandomiseDensity(*mem, 21);
+            int absent = 0;
+            for (int i = 0; i < mem->nRefF; ++i) {
+                const StructureFactor* f = mem->reflections[i];
+                // An absent record keeps raw sums in place of (phase, sign 1).
+                if (std::fabs(f->phase.item(0)[1]) > 0.5)
+                    continue;
+                ++absent;
+                EXPECT_NEAR(f->A, 0.0, 1e-12 * spec.F000) << symbol << " reflection " << i;
+                EXPECT_NEAR(f->B, 0.0, 1e-12 * spec.F000) << symbol << " reflection " << i;
+            }
+            EXPECT_GT(absent, 0) << symbol;
+        }
+    }
+}
+
+TEST(FourierPaths, SameDerivativesCentrosymmetric) {
+    AnalysisSpec spec{"P 21/c", {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f}, {16, 16, 16},
+                      {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {-1, 1, 2}, {2, 0, -2}, {0, 2, 0}, {1, 1, -3}, {3, 1, 1}, {1, 3, 1}},
+                      {2}};
+    Pair p = BothPaths(spec);
+    double maxD = 0.0;
+    for (MEMData3D* mem : {p.direct.get(), p.fft.get()}) {
+        mem->param.algorithm = 1;
+        for (int c = 0; c < 8; ++c)
+            mem->param.lambdaFraction[c] = 1.0 / (c + 1);
+        RandomiseDensity(*mem, 11);
+        mem->Calc_Constraint(0);
+        mem->DFT_Derivatives();
+    }
+    for (int g = 0; g < p.direct->NASYM; ++g) {
+        ThreadData* b;
+        int v;
+        VoxelDensity(*p.direct, g, &b, &v);
+        maxD = std::max(maxD, std::fabs(b->dCdR[v]));
+    }
+    ASSERT_GT(maxD, 0.0);
+    for (int g = 0; g < p.direct->NASYM; ++g) {
+        ThreadData *a, *b;
+        int va, vb;
+        VoxelDensity(*p.direct, g, &a, &va);
+        VoxelDensity(*p.fft, g, &b, &vb);
+        ASSERT_NEAR(a->dCdR[va], b->dCdR[vb], 1e-9 * maxD) << "voxel " << g;
+    }
+}
+
+// Through the pointer table every cell point reads the density of the
+// representative of its orbit.
+TEST(FourierPaths, GridPointersReachTheOwnOrbit) {
+    AnalysisSpec spec{"P 63/m m c", {3.2f, 3.2f, 5.2f, 90.0f, 90.0f, 120.0f}, {6, 6, 8},
+                      {{1, 0, 0}, {0, 0, 2}, {1, 0, 1}}};
+    auto mem = MakeTransformAnalysis(spec);
+    ASSERT_TRUE(mem->useFFT);
+    RandomiseDensity(*mem, 3);
+    const auto ops = ExpandOperators(GroupBySymbol(spec.symbol));
+    const int* n = mem->gridSize;
+    for (int g = 0; g < mem->NASYM; ++g) {
+        ThreadData* b;
+        int v;
+        double& rho = VoxelDensity(*mem, g, &b, &v);
+        const int* x = b->voxel + 3 * v;
+        for (const auto& m : ops) {
+            int image[3];
+            for (int r = 0; r < 3; ++r) {
+                const double y = m[r] * x[0] + m[4 + r] * x[1] + m[8 + r] * x[2] + m[12 + r] * n[r];
+                image[r] = ((static_cast<int>(std::lround(y)) % n[r]) + n[r]) % n[r];
+            }
+            ASSERT_EQ(mem->gridPointer[image[0] + n[0] * (image[1] + n[1] * image[2])], &rho);
+        }
+        EXPECT_EQ(b->rhoPointer[v], &mem->realGrid[x[0] + n[0] * (x[1] + n[1] * x[2])]);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,174 @@
+// The asymmetric unit of the voxel grid against orbits found by brute force.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+#include "core/Matrix4D.h"
+#include "mem/GridSymmetry.h"
+#include "mem/ThreadData.h"
+#include "voxel_fixture.h"
+
+namespace {
+
+struct Orbits {
+    std::vector<int> orbitOf;  // orbit number of every cell point
+    std::vector<int> size;     // points of each orbit
+};
+
+// Applies every operator in floating point to the fractional coordinates of
+// every point and collects the distinct images, without integer operators
+// and without the scan's bookkeeping.
+Orbits BruteForceOrbits(const std::vector<std::array<double, 16>>& ops, const int* n) {
+    const int cells = n[0] * n[1] * n[2];
+    Orbits o;
+    o.orbitOf.assign(cells, -1);
+    for (int j = 0; j < cells; ++j) {
+        if (o.orbitOf[j] >= 0)
+            continue;
+        const double f[3] = {double(j % n[0]) / n[0], double(j / n[0] % n[1]) / n[1],
+                             double(j / (n[0] * n[1])) / n[2]};
+        std::set<int> images;
+        for (const auto& m : ops) {
+            int g[3];
+            for (int r = 0; r < 3; ++r) {
+                const double x = (m[r] * f[0] + m[4 + r] * f[1] + m[8 + r] * f[2] + m[12 + r]) * n[r];
+                const double rounded = std::round(x);
+                EXPECT_NEAR(x, rounded, 1e-9) << "grid does not fit the group";
+                g[r] = ((static_cast<int>(rounded) % n[r]) + n[r]) % n[r];
+            }
+            images.insert(g[0] + n[0] * (g[1] + n[1] * g[2]));
+        }
+        for (int i : images)
+            o.orbitOf[i] = static_cast<int>(o.size.size());
+        o.size.push_back(static_cast<int>(images.size()));
+    }
+    return o;
+}
+
+struct GroupOnGrid {
+    const char* symbol;
+    std::array<int, 3> grid;
+};
+
+class AsymmetricUnitTest : public ::testing::TestWithParam<GroupOnGrid> {};
+
+TEST_P(AsymmetricUnitTest, RepresentativesAreTheOrbits) {
+    const GroupOnGrid& p = GetParam();
+    const auto ops = ExpandOperators(GroupBySymbol(p.symbol));
+    ObjVector<MatrixD> list;
+    for (const auto& m : ops)
+        list.add(new Matrix4D(m.data()));
+    const AsymmetricUnit asu = FindAsymmetricUnit(p.grid.data(), MakeGridOperators(list, p.grid.data()));
+    const Orbits truth = BruteForceOrbits(ops, p.grid.data());
+
+    ASSERT_EQ(asu.size(), static_cast<int>(truth.size.size()));
+    std::vector<int> representativeOf(truth.size.size(), -1);
+    for (int v = 0; v < asu.size(); ++v) {
+        const int* x = &asu.voxel[3 * v];
+        const int orbit = truth.orbitOf[x[0] + p.grid[0] * (x[1] + p.grid[1] * x[2])];
+        EXPECT_EQ(representativeOf[orbit], -1) << "two representatives of one orbit";
+        representativeOf[orbit] = v;
+        EXPECT_EQ(asu.multiplicity[v], truth.size[orbit]) << "voxel " << v;
+    }
+    for (std::size_t j = 0; j < asu.owner.size(); ++j)
+        ASSERT_EQ(asu.owner[j], representativeOf[truth.orbitOf[j]]) << "cell point " << j;
+
+    long total = 0;
+    for (int m : asu.multiplicity)
+        total += m;
+    EXPECT_EQ(total, static_cast<long>(asu.owner.size()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Groups, AsymmetricUnitTest,
+    ::testing::Values(GroupOnGrid{"P 1", {5, 6, 7}}, GroupOnGrid{"P -1", {6, 4, 8}},
+                      GroupOnGrid{"P 21/c", {8, 6, 10}}, GroupOnGrid{"P 42/m n m", {8, 8, 6}},
+                      GroupOnGrid{"F m -3 m", {12, 12, 12}}, GroupOnGrid{"R -3 m", {6, 6, 12}},
+                      GroupOnGrid{"P 63/m m c", {6, 6, 8}}),
+    [](const ::testing::TestParamInfo<GroupOnGrid>& info) {
+        std::string name = info.param.symbol;
+        std::replace_if(name.begin(), name.end(), [](char c) { return !std::isalnum(c); }, '_');
+        return name;
+    });
+
+// -x + 1/2 and the like give negative images before wrapping.
+TEST(AsymmetricUnit, TranslationsWrapNegativeImages) {
+    const auto ops = ExpandOperators(GroupBySymbol("P 21 21 21"));
+    ObjVector<MatrixD> list;
+    for (const auto& m : ops)
+        list.add(new Matrix4D(m.data()));
+    const int grid[3] = {4, 6, 8};
+    const std::vector<int> integer = MakeGridOperators(list, grid);
+    EXPECT_EQ(integer[16 + 12], 2);  // x + 1/2 on 4 voxels
+    const AsymmetricUnit asu = FindAsymmetricUnit(grid, integer);
+    EXPECT_EQ(asu.size(), 4 * 6 * 8 / 4);  // no special positions in P 21 21 21
+    for (int m : asu.multiplicity)
+        EXPECT_EQ(m, 4);
+}
+
+std::vector<int> GridOperators(const char* symbol, const int* grid, bool reversed = false) {
+    auto ops = ExpandOperators(GroupBySymbol(symbol));
+    if (reversed)
+        std::reverse(ops.begin() + 1, ops.end());
+    ObjVector<MatrixD> list;
+    for (const auto& m : ops)
+        list.add(new Matrix4D(m.data()));
+    return MakeGridOperators(list, grid);
+}
+
+// The direct sums rely on the table order of the operators only after checking it.
+TEST(OperatorOrder, LatticeBlocksAndInversionPairsAreRecognised) {
+    const int grid[3] = {12, 12, 12};
+    const std::vector<int> f = GridOperators("F m -3 m", grid);
+    const int nF = static_cast<int>(f.size() / 16);
+    EXPECT_EQ(LatticeShifts(f.data(), nF, 4, grid),
+              (std::vector<int>{0, 0, 0, 0, 6, 6, 6, 0, 6, 6, 6, 0}));
+    EXPECT_TRUE(InversionPairs(f.data(), nF / 4, grid));
+
+    const std::vector<int> shuffled = GridOperators("F m -3 m", grid, true);
+    EXPECT_EQ(LatticeShifts(shuffled.data(), nF, 4, grid), (std::vector<int>{0, 0, 0}));
+    EXPECT_FALSE(InversionPairs(shuffled.data(), nF, grid));
+
+    const std::vector<int> p = GridOperators("P 21 21 21", grid);
+    EXPECT_FALSE(InversionPairs(p.data(), 4, grid));
+    const std::vector<int> c = GridOperators("P 21/c", grid);
+    EXPECT_TRUE(InversionPairs(c.data(), 4, grid));
+}
+
+TEST(ThreadBlocks, CoverTheAsymmetricUnitInContiguousRuns) {
+    AnalysisSpec spec{"P 21/c", {6.0f, 7.0f, 8.0f, 90.0f, 100.0f, 90.0f}, {8, 6, 10},
+                      {{1, 0, 0}, {0, 2, 0}, {1, 1, 1}}};
+    auto mem = MakePreparedAnalysis(spec);
+    EXPECT_EQ(mem->threads.size(), mem->nThreads);
+    int next = 0;
+    long total = 0;
+    for (int t = 0; t < mem->threads.size(); ++t) {
+        const ThreadData* b = mem->threads[t];
+        EXPECT_EQ(b->offset, next);
+        next += b->nVoxel;
+        for (int v = 0; v < b->nVoxel; ++v)
+            total += b->multiplicity[v];
+    }
+    EXPECT_EQ(next, mem->NASYM);
+    EXPECT_EQ(total, 8 * 6 * 10);
+}
+
+TEST(ThreadBlocks, MoreThreadsThanVoxelsLeaveEmptyBlocks) {
+    AnalysisSpec spec{"P -1", {5.0f, 5.0f, 5.0f, 90.0f, 90.0f, 90.0f}, {2, 2, 1}, {{1, 0, 0}}};
+    auto mem = MakeAnalysis(spec);
+    mem->nThreads = 7;
+    PrepareQuietly(*mem);
+    ASSERT_EQ(mem->threads.size(), 7);
+    int covered = 0, empty = 0;
+    for (int t = 0; t < 7; ++t) {
+        covered += mem->threads[t]->nVoxel;
+        empty += mem->threads[t]->nVoxel == 0;
+    }
+    EXPECT_EQ(covered, mem->NASYM);
+    EXPECT_EQ(mem->NASYM, 4);
+    EXPECT_EQ(empty, 3);
+}
+
+}  // namespace

@@ -1,0 +1,66 @@
+// Small analyses built in memory for the engine tests: a space group, a cell, a grid and a few reflections.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mem/MEMData3D.h"
+
+// A space group given as cctbx lists it: the operators of one lattice point
+// without the inversion, whether the origin is a centre of symmetry, and the
+// lattice translations. The fixture expands it in the order of the program's
+// tables: each operator followed by its inverse image, then the whole list
+// shifted by each lattice translation.
+struct TestGroup {
+    std::string name;  // Hermann-Mauguin symbol; its first letter is the lattice
+    int number;
+    bool centric;
+    std::vector<std::string> operators;
+    std::vector<std::array<double, 3>> translations;  // besides 0, 0, 0
+};
+
+// The groups used by the tests, by symbol: "P 1", "P -1", "P 21/c",
+// "P 42/m n m", "F m -3 m", "R -3 m" (hexagonal axes), "P 63/m m c",
+// "P 32 2 1", "P 21 21 21".
+const TestGroup& GroupBySymbol(const std::string& symbol);
+
+// The expanded operator list of a group, as 4 x 4 column-major matrices.
+std::vector<std::array<double, 16>> ExpandOperators(const TestGroup& group);
+
+struct AnalysisSpec {
+    std::string symbol;
+    std::array<float, 6> cell;
+    std::array<int, 3> grid;
+    std::vector<std::array<int, 3>> hkl;  // candidates; absent and equivalent ones are dropped
+    std::vector<int> groups = {};  // sizes of overlap groups made of the last accepted candidates
+    int extraE = 0;            // report-only reflections appended, to tip the cost rule to FFT
+    bool withOrigin = false;   // (0 0 0) as the first report-only reflection
+    double F000 = 100.0;
+    unsigned seed = 1;
+    bool keepAbsent = false;   // keep systematically absent candidates as individual reflections
+    std::vector<std::array<int, 3>> unobserved = {};  // generated reflections at the head of the list
+};
+
+// An analysis as a reader leaves it: cell, operators, grid, reflections with
+// random observed F (and G), weights and F(000). Nothing is prepared yet.
+std::unique_ptr<MEMData3D> MakeAnalysis(const AnalysisSpec& spec);
+
+// PrepareCalculation with the console silenced.
+void PrepareQuietly(MEMData3D& mem);
+
+// MakeAnalysis followed by PrepareQuietly.
+std::unique_ptr<MEMData3D> MakePreparedAnalysis(const AnalysisSpec& spec);
+
+// MakePreparedAnalysis with as many report-only reflections added as it takes
+// to make the direct sums dearer than a transform, so that the analysis takes
+// the transform path.
+std::unique_ptr<MEMData3D> MakeTransformAnalysis(AnalysisSpec spec);
+
+// Gives every voxel a random positive density (the same for equal seeds and
+// equal voxel numbering), refreshes rho12 and the structure factors.
+void RandomiseDensity(MEMData3D& mem, unsigned seed);
+
+// rho12 of global voxel number g.
+double& VoxelDensity(MEMData3D& mem, int g, ThreadData** block = nullptr, int* local = nullptr);
