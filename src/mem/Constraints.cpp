@@ -92,18 +92,8 @@ void MEMData::Calc_Constraint(int cycle) {
 double CalcC2(void* data, double lambda) {
     MEMData& mem = *static_cast<MEMData*>(data);
     double Zp = 0.0, Zm = 0.0;
-#pragma omp parallel num_threads(mem.nThreads) reduction(+ : Zp, Zm)
-    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {
-        double zp = 0.0, zm = 0.0;
-        mem.threads[t]->ZSPA_Calc_Next_Rho1(lambda, zp, zm);
-        Zp += zp;
-        Zm += zm;
-    }
-    const double a = mem.targetMoment[0] / Zp;
-    const double b = mem.targetMoment[1] / Zm;
-#pragma omp parallel num_threads(mem.nThreads)
-    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads())
-        mem.threads[t]->ZSPA_Normalize(a, b);
+    mem.ZSPA_ExpStep(lambda, Zp, Zm);
+    mem.ZSPA_Scale(mem.targetMoment[0] / Zp, mem.targetMoment[1] / Zm);
     mem.CalcFcalc(0);
     mem.Calc_Constraint(1);
     IO::Printf("      C = %15.7E   lambda = %15.7E\n", mem.constr - 1.0, lambda);

@@ -125,10 +125,41 @@ GridOpen OpenGridFile(MEMData3D& d, const std::string& path, PgridHeader& h, FIL
     return GridOpen::Ok;
 }
 
+// OpenGridFile for a restart or prior file. A file that cannot be used is
+// reported (`missingFormat` names a missing one), followed by `fallback`, what
+// the run does instead; then the console waits. A missing file also resets
+// `setting`, the choice that asked for it, while a file of another grid leaves
+// the choice as the user gave it. Null when the file is not used.
+FILE* OpenInputGrid(MEMData3D& d, const std::string& path, PgridHeader& h, const char* missingFormat,
+                    const char* fallback, int& setting) {
+    FILE* f = nullptr;
+    const GridOpen opened = OpenGridFile(d, path, h, f);
+    if (opened == GridOpen::Ok) return f;
+    if (opened == GridOpen::Missing) IO::PrintError(missingFormat, path.c_str());
+    IO::PrintError("%s", fallback);
+    WaitForKey();
+    if (opened == GridOpen::Missing) setting = 0;
+    return nullptr;
+}
+
 // A value of the file, per cubic angstrom, as a density per voxel.
 float ReadDensity(FILE* f, float& scratch, double voxelVolume) {
     Get(f, scratch);
     return static_cast<float>(scratch * voxelVolume);
+}
+
+// Calls read(block, v) for every voxel in file order, the blocks' order, once
+// the voxel's index of an indexed file is passed over.
+template <class ReadVoxel>
+void ForEachFileVoxel(FILE* f, const PgridHeader& h, const ObjVector<ThreadData>& threads,
+                      ReadVoxel read) {
+    int32_t index = 0;
+    for (ThreadData* block : threads) {
+        for (int v = 0; v < block->nVoxel; ++v) {
+            if (h.gridType == 1) Get(f, index);
+            read(*block, v);
+        }
+    }
 }
 
 }  // namespace
@@ -181,33 +212,20 @@ int MEMData3D::WritePgrid() {
 
 int MEMData3D::ReadRho2() {
     PgridHeader h;
-    FILE* f = nullptr;
-    GridOpen opened = OpenGridFile(*this, param.gridFile, h, f);
-    if (opened == GridOpen::Missing)
-        IO::PrintError("Failed to read density data of previous run: %s\n", param.gridFile.c_str());
-    if (opened != GridOpen::Ok) {
-        IO::PrintError("The calculation will be started from flat densities.\n");
-        WaitForKey();
-        // A missing file makes this a fresh start; a file of another grid
-        // leaves the restart setting as the user gave it.
-        if (opened == GridOpen::Missing) param.startType = 0;
-        return 1;
-    }
+    FILE* f = OpenInputGrid(*this, param.gridFile, h, "Failed to read density data of previous run: %s\n",
+                            "The calculation will be started from flat densities.\n", param.startType);
+    if (!f) return 1;
     float scratch = 0.0f;
-    int32_t index = 0;
-    for (ThreadData* block : threads) {
-        for (int v = 0; v < block->nVoxel; ++v) {
-            if (h.gridType == 1) Get(f, index);
-            float r = ReadDensity(f, scratch, voxelVolume);
-            block->rho1Old[v] = block->rho1[v] = r;
-            float q = 0.0f;
-            if (h.nChannel == 2) {
-                q = ReadDensity(f, scratch, voxelVolume);
-                block->rho2Old[v] = block->rho2[v] = q;
-            }
-            block->rho12[v] = r + q;
+    ForEachFileVoxel(f, h, threads, [&](ThreadData& block, int v) {
+        float r = ReadDensity(f, scratch, voxelVolume);
+        block.rho1Old[v] = block.rho1[v] = r;
+        float q = 0.0f;
+        if (h.nChannel == 2) {
+            q = ReadDensity(f, scratch, voxelVolume);
+            block.rho2Old[v] = block.rho2[v] = q;
         }
-    }
+        block.rho12[v] = r + q;
+    });
     fclose(f);
     return 0;
 }
@@ -215,24 +233,14 @@ int MEMData3D::ReadRho2() {
 int MEMData3D::ReadPrior2() {
     const std::string path = PriorFileName(param.gridFile);
     PgridHeader h;
-    FILE* f = nullptr;
-    GridOpen opened = OpenGridFile(*this, path, h, f);
-    if (opened == GridOpen::Missing) IO::PrintError("Failed to read prior data %s\n", path.c_str());
-    if (opened != GridOpen::Ok) {
-        IO::PrintError("Flat prior will be used.\n");
-        WaitForKey();
-        if (opened == GridOpen::Missing) param.priorType = 0;
-        return 1;
-    }
+    FILE* f = OpenInputGrid(*this, path, h, "Failed to read prior data %s\n", "Flat prior will be used.\n",
+                            param.priorType);
+    if (!f) return 1;
     float scratch = 0.0f;
-    int32_t index = 0;
-    for (ThreadData* block : threads) {
-        for (int v = 0; v < block->nVoxel; ++v) {
-            if (h.gridType == 1) Get(f, index);
-            block->prior1[v] = ReadDensity(f, scratch, voxelVolume);
-            if (h.nChannel == 2) block->prior2[v] = ReadDensity(f, scratch, voxelVolume);
-        }
-    }
+    ForEachFileVoxel(f, h, threads, [&](ThreadData& block, int v) {
+        block.prior1[v] = ReadDensity(f, scratch, voxelVolume);
+        if (h.nChannel == 2) block.prior2[v] = ReadDensity(f, scratch, voxelVolume);
+    });
     fclose(f);
 
     // Without a restart file the prior is also the start. The copy covers

@@ -62,6 +62,11 @@ public:
   void Cambridge();
   void L_BFGS();
   void Polish();
+  // ZSPA's exponential step of every block from the accepted density for the
+  // multiplier lambda; Zp and Zm are set to the new totals of the two sides.
+  void ZSPA_ExpStep(double lambda, double& Zp, double& Zm);
+  // Scales the two sides of every block by a and b and forms rho12.
+  void ZSPA_Scale(double a, double b);
 
   // Evaluation of the present density.
   void CalcFcalc(int withE);
@@ -110,7 +115,7 @@ public:
   ObjVector<StructureFactor> reflections;
   ProgressFunction progressFn = nullptr;
   void* progressArg = nullptr;
-  char title[80];
+  char title[80] = {};                 // NUL-padded: all 80 bytes go into the grid file
 
   // Per-reflection and per-group arrays
   std::vector<int> groupMult;           // nGroups: summed multiplicities of the members

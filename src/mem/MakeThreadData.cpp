@@ -146,8 +146,9 @@ void PrintPreparationSummary(const MEMData3D& mem) {
 }  // namespace
 
 void MEMData3D::MakeThreadData() {
-    // Readers replace a grid without voxels by one from the cell; the cell
-    // index must fit the int of the Fourier library's interface.
+    // Readers replace a grid without voxels, or one too large to index, by one
+    // from the cell, and fail when that too is too large: the cell index must
+    // fit the int of the Fourier library's interface.
     HV_ASSERT(gridSize[0] > 0 && gridSize[1] > 0 && gridSize[2] > 0);
     HV_ASSERT(static_cast<long long>(gridSize[0]) * gridSize[1] * gridSize[2] <= INT_MAX);
     nSymOp = unitCell.symOp.size();

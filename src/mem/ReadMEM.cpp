@@ -5,10 +5,12 @@
 // blocks (individual F, groups of overlapped reflections, listed-only
 // reflections). Blank lines and '#' comments may stand anywhere. A field
 // that does not scan leaves its target as it was, and a line with too few
-// fields is dropped, so a hand-edited file never stops the reader; the
+// fields is dropped, so a hand-edited file never stops the reader (only a
+// cell too large for any grid the program can index does); the
 // counts then follow what was actually read, so that later stages never
 // address a reflection that is not there.
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <vector>
@@ -35,6 +37,13 @@ StructureFactor* newReflection(double h, double k, double l) {
   return new StructureFactor(indices);
 }
 
+// A grid with voxels along every axis whose cell of points fits the int
+// index of the Fourier library. The product is taken in double, where three
+// ints cannot overflow and a value near INT_MAX is still exact.
+bool usableGrid(const int* n) {
+  return n[0] >= 1 && n[1] >= 1 && n[2] >= 1 && (double)n[0] * n[1] * n[2] <= INT_MAX;
+}
+
 // The counts were taken from these lists, so each fills its array exactly.
 void copyValues(const std::vector<double>& src, double* dst, std::size_t n) {
   HV_ASSERT(src.size() == n);
@@ -49,7 +58,7 @@ public:
   MemFileReader(MEMData3D& mem, FILE* f) : mem_(mem), f_(f) {}
 
   void readAll();
-  void storeValues();
+  bool storeValues();
 
 private:
   void fetchLine();
@@ -216,13 +225,22 @@ void MemFileReader::readListed() {
 }
 
 // Settles the multiplier and the grid, then fills the arrays of the analysis.
-void MemFileReader::storeValues() {
+// False, with nothing allocated, when no usable grid can be had.
+bool MemFileReader::storeValues() {
   MEMParam& param = mem_.param;
   if (lambda_ != 0.0)
     param.lambda = param.initialLambda = lambda_;
+  // Any grid number below 1 is replaced, not only a product below 1: two
+  // negative numbers give a positive product, and the grid must still have
+  // voxels along every axis. So is a grid too large to index, a typing error
+  // such as 100000 on each axis. voxelVolume stays as computed from the line.
   int* n = mem_.gridSize;
-  if (n[0] < 1 || n[1] < 1 || n[2] < 1)
+  if (!usableGrid(n))
     mem_.unitCell.CalcGridNo(n, (float)param.gridResolution);
+  if (!usableGrid(n)) {  // an absurd cell: even the chosen grid is too large
+    IO::PrintError("The grid of %d x %d x %d voxels is too large.\n", n[0], n[1], n[2]);
+    return false;
+  }
 
   mem_.AllocateMemory();
   const std::size_t nConstrained = (std::size_t)mem_.nRefF + mem_.nRefG;
@@ -234,6 +252,7 @@ void MemFileReader::storeValues() {
     copyValues(Gobs_, mem_.Gobs, mem_.nGroups);
     copyValues(weightG_, mem_.weightG, mem_.nGroups);
   }
+  return true;
 }
 
 }  // namespace
@@ -250,6 +269,5 @@ bool MEMData3D::ReadMEM(const std::string& path) {
   MemFileReader reader(*this, f);
   reader.readAll();
   std::fclose(f);
-  reader.storeValues();
-  return true;
+  return reader.storeValues();
 }

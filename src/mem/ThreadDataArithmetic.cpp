@@ -13,36 +13,128 @@ namespace {
 
 double Sign(double a) { return a / std::fabs(a); }
 
+// The loops of one side of the density, shared by the positive side (rho1,
+// prior1, ...) and the negative side (rho2, prior2, ...). Each returns its sum
+// so that the caller decides which accumulator it goes to.
+
+// r = exp(c D) * o; the multiplicity-weighted total of r.
+inline double ExpStep(int n, double c, const double* __restrict D, const double* __restrict o,
+                      const int* __restrict m, double* __restrict r) {
+    double z = 0.0;
+    for (int v = 0; v < n; ++v) {
+        r[v] = std::exp(c * D[v]) * o[v];
+        z += m[v] * r[v];
+    }
+    return z;
+}
+
+// Sum of -ln(r / p) * m.
+inline double SumLogRatio(int n, const double* __restrict r, const double* __restrict p,
+                          const int* __restrict m) {
+    double s = 0.0;
+    for (int v = 0; v < n; ++v)
+        s += -std::log(r[v] / p[v]) * m[v];
+    return s;
+}
+
+// Sum of exp(c D) * (p / F000) * m: the normalisation of the exponential density.
+inline double SumExpPrior(int n, double c, double F000, const double* __restrict D,
+                          const double* __restrict p, const int* __restrict m) {
+    double s = 0.0;
+    for (int v = 0; v < n; ++v)
+        s += std::exp(c * D[v]) * (p[v] / F000) * m[v];
+    return s;
+}
+
+// Sum of -ln(r / p) * r * m, the entropy before its sign.
+inline double SumEntropy(int n, const double* __restrict r, const double* __restrict p,
+                         const int* __restrict m) {
+    double s = 0.0;
+    for (int v = 0; v < n; ++v)
+        s += -std::log(r[v] / p[v]) * r[v] * m[v];
+    return s;
+}
+
+// Gradient q of Q and the curvature 1 / o +- L a (minus for the negative side);
+// returns the multiplicity-weighted sum of q^2.
+template <bool Negative>
+double GradientAndCurvature(int n, double sL, double La, double mu, const double* __restrict D,
+                            const double* __restrict o, const double* __restrict p,
+                            const int* __restrict m, double* __restrict q, double* __restrict curv) {
+    double s = 0.0;
+    for (int v = 0; v < n; ++v) {
+        q[v] = -(std::log(o[v] / p[v]) + mu) - D[v] * sL;
+        s += q[v] * q[v] * m[v];
+        curv[v] = Negative ? 1.0 / o[v] - La : 1.0 / o[v] + La;
+    }
+    return s;
+}
+
+// The Newton-like step for correction t: step and new density; total and
+// step total weighted by multiplicity into sr and ss.
+inline void NewtonStep(int n, double t, const double* __restrict o, const double* __restrict q,
+                       const double* __restrict curv, const int* __restrict m,
+                       double* __restrict step, double* __restrict r, double& sr, double& ss) {
+    double sa = 0.0, sc = 0.0;
+#pragma omp simd reduction(+ : sa, sc)
+    for (int v = 0; v < n; ++v) {
+        const double s = 1.0 / (t / o[v] + curv[v]);
+        step[v] = s;
+        r[v] = o[v] + q[v] * s;
+        sc += s * m[v];
+        sa += r[v] * m[v];
+    }
+    sr = sa;
+    ss = sc;
+}
+
+// The density of one side from the minimiser's x (negated on the negative
+// side), its entropy sum (subtracted on the negative side), total and gradient.
+template <bool Negative>
+void BfgsSide(int n, const double* __restrict x, const double* __restrict p, const int* __restrict m,
+              double* __restrict r, double* __restrict grad, double& S, double& Q) {
+    double q = 0.0, s = 0.0;
+#pragma omp simd reduction(+ : q)
+    for (int v = 0; v < n; ++v) {
+        r[v] = Negative ? -(x[v] * x[v]) : x[v] * x[v];
+        q += r[v];
+    }
+    for (int v = 0; v < n; ++v) {
+        r[v] /= m[v];
+        const double l = std::log(r[v] / p[v]);
+        const double e = (r[v] * l + p[v] * std::log(p[v] / p[v])) * m[v];
+        if (Negative)
+            s -= e;
+        else
+            s += e;
+        grad[v] = l + (1.0 - 0.0 / p[v]);
+    }
+    Q += q;
+    S += s;
+}
+
+// Multiplicity-weighted sum of the squared gradient of Q at the density r.
+inline double SumSquaredGradient(int n, double sL, double mu, const double* __restrict D,
+                                 const double* __restrict r, const double* __restrict p,
+                                 const int* __restrict m) {
+    double s = 0.0;
+    for (int v = 0; v < n; ++v) {
+        const double q = -std::log(r[v] / p[v]) - mu - D[v] * sL;
+        s += m[v] * q * q;
+    }
+    return s;
+}
+
 }  // namespace
 
 void ThreadData::ZSPA_Calc_Next_Rho1(double L, double& Zp, double& Zm) {
     Zp = 0.0;
     Zm = 0.0;
     const double total = std::fabs(F000Plus) + std::fabs(F000Minus);
-    const double* __restrict D = dCdR.p_;
-    const int* __restrict m = multiplicity;
-    if (HasPlus()) {
-        const double c = -(F000Plus / total) * L;
-        const double* __restrict o = rho1Old.p_;
-        double* __restrict r = rho1.p_;
-        double z = 0.0;
-        for (int v = 0; v < nVoxel; ++v) {
-            r[v] = std::exp(c * D[v]) * o[v];
-            z += m[v] * r[v];
-        }
-        Zp = z;
-    }
-    if (HasMinus()) {
-        const double c = -(F000Minus / total) * L;
-        const double* __restrict o = rho2Old.p_;
-        double* __restrict r = rho2.p_;
-        double z = 0.0;
-        for (int v = 0; v < nVoxel; ++v) {
-            r[v] = std::exp(c * D[v]) * o[v];
-            z += m[v] * r[v];
-        }
-        Zm = z;
-    }
+    if (HasPlus())
+        Zp = ExpStep(nVoxel, -(F000Plus / total) * L, dCdR.p_, rho1Old.p_, multiplicity, rho1.p_);
+    if (HasMinus())
+        Zm = ExpStep(nVoxel, -(F000Minus / total) * L, dCdR.p_, rho2Old.p_, multiplicity, rho2.p_);
 }
 
 void ThreadData::ZSPA_Normalize(double a, double b) {
@@ -54,64 +146,24 @@ void ThreadData::ZSPA_Normalize(double a, double b) {
 }
 
 void ThreadData::Calc_mu1(double& a, double& b) {
-    const int* __restrict m = multiplicity;
-    if (HasPlus()) {
-        const double* __restrict r = rho1.p_;
-        const double* __restrict p = prior1;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v)
-            s += -std::log(r[v] / p[v]) * m[v];
-        a += s;
-    }
-    if (HasMinus()) {
-        const double* __restrict r = rho2.p_;
-        const double* __restrict p = prior2;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v)
-            s += -std::log(r[v] / p[v]) * m[v];
-        b += s;
-    }
+    if (HasPlus())
+        a += SumLogRatio(nVoxel, rho1.p_, prior1, multiplicity);
+    if (HasMinus())
+        b += SumLogRatio(nVoxel, rho2.p_, prior2, multiplicity);
 }
 
 void ThreadData::Calc_mu2(double L, double& a, double& b) {
-    const double* __restrict D = dCdR.p_;
-    const int* __restrict m = multiplicity;
-    if (HasPlus()) {
-        const double c = -Sign(F000Plus) * L;
-        const double* __restrict p = prior1;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v)
-            s += std::exp(c * D[v]) * (p[v] / F000Plus) * m[v];
-        a += s;
-    }
-    if (HasMinus()) {
-        const double c = -Sign(F000Minus) * L;
-        const double* __restrict p = prior2;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v)
-            s += std::exp(c * D[v]) * (p[v] / F000Minus) * m[v];
-        b += s;
-    }
+    if (HasPlus())
+        a += SumExpPrior(nVoxel, -Sign(F000Plus) * L, F000Plus, dCdR.p_, prior1, multiplicity);
+    if (HasMinus())
+        b += SumExpPrior(nVoxel, -Sign(F000Minus) * L, F000Minus, dCdR.p_, prior2, multiplicity);
 }
 
 void ThreadData::Calc_Partial_Entropy(double& Sp, double& Sm) {
-    const int* __restrict m = multiplicity;
-    if (HasPlus()) {
-        const double* __restrict r = rho1.p_;
-        const double* __restrict p = prior1;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v)
-            s += -std::log(r[v] / p[v]) * r[v] * m[v];
-        Sp = Sign(F000Plus) * s;
-    }
-    if (HasMinus()) {
-        const double* __restrict r = rho2.p_;
-        const double* __restrict p = prior2;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v)
-            s += -std::log(r[v] / p[v]) * r[v] * m[v];
-        Sm = Sign(F000Minus) * s;
-    }
+    if (HasPlus())
+        Sp = Sign(F000Plus) * SumEntropy(nVoxel, rho1.p_, prior1, multiplicity);
+    if (HasMinus())
+        Sm = Sign(F000Minus) * SumEntropy(nVoxel, rho2.p_, prior2, multiplicity);
 }
 
 // partial[i] = sum over the block of rho12[v] * table[v][i], one row at a time
@@ -216,77 +268,20 @@ void ThreadData::CopyRho() {
 }
 
 void ThreadData::Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2) {
-    const double* __restrict D = dCdR.p_;
-    const int* __restrict m = multiplicity;
-    if (HasPlus()) {
-        const double sL = Sign(F000Plus) * L;
-        const double* __restrict o = rho1Old.p_;
-        const double* __restrict p = prior1;
-        double* __restrict q = dQdRho1.p_;
-        double* __restrict curv = curv1.p_;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v) {
-            q[v] = -(std::log(o[v] / p[v]) + mu1) - D[v] * sL;
-            s += q[v] * q[v] * m[v];
-            curv[v] = 1.0 / o[v] + L * a;
-        }
-        d1 += s;
-    }
-    if (HasMinus()) {
-        const double sL = Sign(F000Minus) * L;
-        const double* __restrict o = rho2Old.p_;
-        const double* __restrict p = prior2;
-        double* __restrict q = dQdRho2.p_;
-        double* __restrict curv = curv2.p_;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v) {
-            q[v] = -(std::log(o[v] / p[v]) + mu2) - D[v] * sL;
-            s += q[v] * q[v] * m[v];
-            curv[v] = 1.0 / o[v] - L * a;
-        }
-        d2 += s;
-    }
+    if (HasPlus())
+        d1 += GradientAndCurvature<false>(nVoxel, Sign(F000Plus) * L, L * a, mu1, dCdR.p_,
+                                          rho1Old.p_, prior1, multiplicity, dQdRho1.p_, curv1.p_);
+    if (HasMinus())
+        d2 += GradientAndCurvature<true>(nVoxel, Sign(F000Minus) * L, L * a, mu2, dCdR.p_,
+                                         rho2Old.p_, prior2, multiplicity, dQdRho2.p_, curv2.p_);
 }
 
 void ThreadData::Calc_Next_Rho3(double t, double& a, double& b, double& c, double& d) {
     a = b = c = d = 0.0;
-    const int* __restrict m = multiplicity;
-    if (HasPlus()) {
-        const double* __restrict o = rho1Old.p_;
-        const double* __restrict q = dQdRho1.p_;
-        const double* __restrict curv = curv1.p_;
-        double* __restrict step = step1.p_;
-        double* __restrict r = rho1.p_;
-        double sa = 0.0, sc = 0.0;
-#pragma omp simd reduction(+ : sa, sc)
-        for (int v = 0; v < nVoxel; ++v) {
-            const double s = 1.0 / (t / o[v] + curv[v]);
-            step[v] = s;
-            r[v] = o[v] + q[v] * s;
-            sc += s * m[v];
-            sa += r[v] * m[v];
-        }
-        a = sa;
-        c = sc;
-    }
-    if (HasMinus()) {
-        const double* __restrict o = rho2Old.p_;
-        const double* __restrict q = dQdRho2.p_;
-        const double* __restrict curv = curv2.p_;
-        double* __restrict step = step2.p_;
-        double* __restrict r = rho2.p_;
-        double sb = 0.0, sd = 0.0;
-#pragma omp simd reduction(+ : sb, sd)
-        for (int v = 0; v < nVoxel; ++v) {
-            const double s = 1.0 / (t / o[v] + curv[v]);
-            step[v] = s;
-            r[v] = o[v] + q[v] * s;
-            sd += s * m[v];
-            sb += r[v] * m[v];
-        }
-        b = sb;
-        d = sd;
-    }
+    if (HasPlus())
+        NewtonStep(nVoxel, t, rho1Old.p_, dQdRho1.p_, curv1.p_, multiplicity, step1.p_, rho1.p_, a, c);
+    if (HasMinus())
+        NewtonStep(nVoxel, t, rho2Old.p_, dQdRho2.p_, curv2.p_, multiplicity, step2.p_, rho2.p_, b, d);
 }
 
 void ThreadData::Normalize3(double& a, double& b) {
@@ -301,51 +296,13 @@ void ThreadData::Normalize3(double& a, double& b) {
 // without bounds. ln(p / p) and 0 / p are 0 and 1 for a usable prior; they
 // stay in the sums so that a prior of zero shows as not-a-number.
 void ThreadData::BFGS_calc_pRho(VectorXD& g, double& S, double& Q) {
-    if (!HasPlus())
-        return;
-    const double* __restrict x = rho1Old.p_;
-    const double* __restrict p = prior1;
-    const int* __restrict m = multiplicity;
-    double* __restrict r = rho1.p_;
-    double* __restrict grad = g.p_;
-    double q = 0.0, s = 0.0;
-#pragma omp simd reduction(+ : q)
-    for (int v = 0; v < nVoxel; ++v) {
-        r[v] = x[v] * x[v];
-        q += r[v];
-    }
-    for (int v = 0; v < nVoxel; ++v) {
-        r[v] /= m[v];
-        const double l = std::log(r[v] / p[v]);
-        s += (r[v] * l + p[v] * std::log(p[v] / p[v])) * m[v];
-        grad[v] = l + (1.0 - 0.0 / p[v]);
-    }
-    Q += q;
-    S += s;
+    if (HasPlus())
+        BfgsSide<false>(nVoxel, rho1Old.p_, prior1, multiplicity, rho1.p_, g.p_, S, Q);
 }
 
 void ThreadData::BFGS_calc_mRho(VectorXD& g, double& S, double& Q) {
-    if (!HasMinus())
-        return;
-    const double* __restrict x = rho2Old.p_;
-    const double* __restrict p = prior2;
-    const int* __restrict m = multiplicity;
-    double* __restrict r = rho2.p_;
-    double* __restrict grad = g.p_;
-    double q = 0.0, s = 0.0;
-#pragma omp simd reduction(+ : q)
-    for (int v = 0; v < nVoxel; ++v) {
-        r[v] = -(x[v] * x[v]);
-        q += r[v];
-    }
-    for (int v = 0; v < nVoxel; ++v) {
-        r[v] /= m[v];
-        const double l = std::log(r[v] / p[v]);
-        s -= (r[v] * l + p[v] * std::log(p[v] / p[v])) * m[v];
-        grad[v] = l + (1.0 - 0.0 / p[v]);
-    }
-    Q += q;
-    S += s;
+    if (HasMinus())
+        BfgsSide<true>(nVoxel, rho2Old.p_, prior2, multiplicity, rho2.p_, g.p_, S, Q);
 }
 
 // The result is one eighth of the exact derivative by x; the minimiser's step
@@ -384,30 +341,10 @@ double ThreadData::Dot(const VectorD& a, const VectorD& b) const {
 }
 
 void ThreadData::Calc_dQdL2(double L, double mu1, double mu2, double& d1, double& d2) {
-    const double* __restrict D = dCdR.p_;
-    const int* __restrict m = multiplicity;
-    if (HasPlus()) {
-        const double sL = L * Sign(F000Plus);
-        const double* __restrict r = rho1.p_;
-        const double* __restrict p = prior1;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v) {
-            const double q = -std::log(r[v] / p[v]) - mu1 - D[v] * sL;
-            s += m[v] * q * q;
-        }
-        d1 += s;
-    }
-    if (HasMinus()) {
-        const double sL = L * Sign(F000Minus);
-        const double* __restrict r = rho2.p_;
-        const double* __restrict p = prior2;
-        double s = 0.0;
-        for (int v = 0; v < nVoxel; ++v) {
-            const double q = -std::log(r[v] / p[v]) - mu2 - D[v] * sL;
-            s += m[v] * q * q;
-        }
-        d2 += s;
-    }
+    if (HasPlus())
+        d1 += SumSquaredGradient(nVoxel, L * Sign(F000Plus), mu1, dCdR.p_, rho1.p_, prior1, multiplicity);
+    if (HasMinus())
+        d2 += SumSquaredGradient(nVoxel, L * Sign(F000Minus), mu2, dCdR.p_, rho2.p_, prior2, multiplicity);
 }
 
 void ThreadData::setRhoAsym(double* out, double scale) {

@@ -23,21 +23,11 @@ bool GoOn(const MEMData& d) { return d.constr - 1.0 > kGoOnAbove || std::isnan(d
 // the densities untouched, when the new totals are not finite.
 bool MakeCandidate(MEMData& d) {
     double sum1 = 0.0, sum2 = 0.0;
-#pragma omp parallel num_threads(d.nThreads) reduction(+ : sum1, sum2)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
-        double z1 = 0.0, z2 = 0.0;
-        d.threads[t]->ZSPA_Calc_Next_Rho1(d.param.lambda, z1, z2);
-        sum1 += z1;
-        sum2 += z2;
-    }
+    d.ZSPA_ExpStep(d.param.lambda, sum1, sum2);
     if (!std::isfinite(sum1) || !std::isfinite(sum2)) return false;
 
     // Without a negative density sum2 is 0 and b is not finite; the blocks skip that side.
-    const double a = d.targetMoment[0] / sum1;
-    const double b = d.targetMoment[1] / sum2;
-#pragma omp parallel num_threads(d.nThreads)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
-        d.threads[t]->ZSPA_Normalize(a, b);
+    d.ZSPA_Scale(d.targetMoment[0] / sum1, d.targetMoment[1] / sum2);
     d.CalcFcalc(0);
     d.Calc_Constraint(d.cycle);
     return true;
@@ -56,6 +46,25 @@ void PrintCycle(const MEMData& d, double dC) {
 }
 
 }  // namespace
+
+void MEMData::ZSPA_ExpStep(double lambda, double& Zp, double& Zm) {
+    double sum1 = 0.0, sum2 = 0.0;
+#pragma omp parallel num_threads(nThreads) reduction(+ : sum1, sum2)
+    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
+        double z1 = 0.0, z2 = 0.0;
+        threads[t]->ZSPA_Calc_Next_Rho1(lambda, z1, z2);
+        sum1 += z1;
+        sum2 += z2;
+    }
+    Zp = sum1;
+    Zm = sum2;
+}
+
+void MEMData::ZSPA_Scale(double a, double b) {
+#pragma omp parallel num_threads(nThreads)
+    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
+        threads[t]->ZSPA_Normalize(a, b);
+}
 
 void MEMData::ZSPA(int maxCycles) {
     cycle = 1;
