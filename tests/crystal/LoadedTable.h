@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "CapturedMessages.h"
 #include "app/IO.h"
+#include "common/CapturedOutput.h"
 #include "core/SpaceGroup.h"
 
 struct LoadResult {
@@ -16,10 +16,10 @@ struct LoadResult {
 inline const LoadResult& LoadedTable() {
   static const LoadResult result = [] {
     progvar = std::string(HALVORIN_DATA_DIR) + "/";
-    CapturedMessages captured;
+    CapturedOutput captured;
     LoadResult r;
     r.ok = _SpaceGroup::LoadSpaceGroupStd();
-    r.messages = captured.text();
+    r.messages = captured.all();
     return r;
   }();
   return result;

@@ -139,37 +139,6 @@ TEST(LookupBySymbol, OlderSymbolsGiveWayToCurrentOnes) {
   EXPECT_STREQ(FindSpaceGroupSetting(68, 3)->name, uc.spgName);
 }
 
-TEST(LookupBySymbol, ComparisonIsExact) {
-  ASSERT_TRUE(LoadedTable().ok);
-  UnitCell uc = cellOf(5, 6, 7, 90, 90, 90);
-  uc.setSpgNumber(62, 1);
-  EXPECT_EQ(0, uc.setSpgNameStandard("P  n m a"));
-  EXPECT_EQ(0, uc.setSpgNameStandard("P nm a"));
-  EXPECT_EQ(62, uc.spgNumber);
-  EXPECT_EQ(62, uc.setSpgNameStandard("P n m a "));
-  // A setting other than 1 asks for exactly that setting.
-  EXPECT_EQ(62, uc.setStandardName(FindSpaceGroupSetting(62, 3)->name, 3));
-  EXPECT_EQ(3, uc.spgSetting);
-  EXPECT_EQ(0, uc.setStandardName("P n m a", 3));
-}
-
-TEST(LookupByNumber, ChoosesAnySettingOfTheTable) {
-  ASSERT_TRUE(LoadedTable().ok);
-  UnitCell uc;
-  EXPECT_EQ(68, uc.setSpgNumber(68, 3));
-  EXPECT_STREQ(FindSpaceGroupSetting(68, 3)->name, uc.spgName);
-  EXPECT_EQ(3, uc.crystalSystem);
-  EXPECT_EQ(160, uc.setSpgNumber(160, 2));
-  EXPECT_EQ(8, uc.crystalSystem);
-  // Numbers the table does not have change nothing.
-  EXPECT_EQ(160, uc.setSpgNumber(231, 1));
-  EXPECT_EQ(160, uc.setSpgNumber(14, 99));
-  EXPECT_EQ(160, uc.setSpgNumber(0, 0));
-  EXPECT_EQ(2, uc.spgSetting);
-  uc.createSymmetryOP();
-  EXPECT_EQ(6, uc.symOp.size());
-}
-
 // A list of any tabulated setting, shuffled and with repeats, is recognised:
 // the chosen entry has the same group and the same operators (an earlier
 // setting of identical operators is a fair answer).

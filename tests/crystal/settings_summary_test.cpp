@@ -53,15 +53,6 @@ TEST(SpaceGroupTable, ClassNumbersFollowTheGroupNumber) {
     }
 }
 
-TEST(SpaceGroupTable, OrthorhombicOriginChoicesPrecedeEachPermutation) {
-  ASSERT_TRUE(LoadedTable().ok);
-  // Group 68: file settings 1 and 2 (two origins), then 3 and 4 for the first permutation.
-  ASSERT_EQ(12, nSpgSetting[67]);
-  EXPECT_EQ(0, FindSpaceGroupSetting(68, 3)->centric);
-  EXPECT_EQ(1, FindSpaceGroupSetting(68, 4)->centric);
-  EXPECT_EQ(6, nSpgSetting[61]);
-}
-
 TEST(SpaceGroupTable, MagneticEntriesStandBehindTheOrdinaryOnes) {
   ASSERT_TRUE(LoadedTable().ok);
   int magnetic = 0;

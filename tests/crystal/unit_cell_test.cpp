@@ -1,4 +1,4 @@
-// The unit cell: cell matrices, the expanded operator list and the Patterson symmetry.
+// The unit cell: the expanded operator list, the Patterson symmetry and a transformed cell.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -12,11 +12,6 @@
 #include "core/UnitCell.h"
 
 namespace {
-
-const double kPi = 3.141592653589793;
-
-double cosDeg(double angle) { return std::cos(angle * kPi / 180.0); }
-double sinDeg(double angle) { return std::sin(angle * kPi / 180.0); }
 
 // An operator as whole numbers: rotation entries, and translations in
 // millionths of the cell edge, so that sets of operators compare exactly.
@@ -59,45 +54,6 @@ std::set<std::array<long, 9>> rotationsOf(const ObjVector<MatrixD>& ops, bool wi
 }
 
 }  // namespace
-
-TEST(CellMatrices, ObliqueCellAgreesWithTextbookFormulas) {
-  UnitCell uc;
-  const float cell[6] = {5.3f, 7.9f, 11.2f, 82.0f, 107.5f, 95.25f};
-  for (int i = 0; i < 6; ++i)
-    uc.cell[i] = cell[i];
-  // The cell is held in single precision; the formulas take those values.
-  const double a = cell[0], b = cell[1], c = cell[2], alpha = cell[3], beta = cell[4], gamma = cell[5];
-  uc.orthoMatrix.SetC2Ortho(uc.cell);
-  uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
-
-  const double ca = cosDeg(alpha), cb = cosDeg(beta), cg = cosDeg(gamma);
-  const double volume = a * b * c * std::sqrt(1 - ca * ca - cb * cb - cg * cg + 2 * ca * cb * cg);
-  EXPECT_NEAR(volume, uc.orthoMatrix.Determinant(), 1e-9 * volume);
-
-  // Metric tensor G = C^T C: the scalar products of the cell axes.
-  const double G[3][3] = {{a * a, a * b * cg, a * c * cb}, {a * b * cg, b * b, b * c * ca},
-                          {a * c * cb, b * c * ca, c * c}};
-  // Reciprocal axes and angles, as the textbooks give them.
-  const double as = b * c * sinDeg(alpha) / volume, bs = a * c * sinDeg(beta) / volume,
-               cs = a * b * sinDeg(gamma) / volume;
-  const double cas = (cb * cg - ca) / (sinDeg(beta) * sinDeg(gamma));
-  const double cbs = (ca * cg - cb) / (sinDeg(alpha) * sinDeg(gamma));
-  const double cgs = (ca * cb - cg) / (sinDeg(alpha) * sinDeg(beta));
-  const double Gs[3][3] = {{as * as, as * bs * cgs, as * cs * cbs}, {as * bs * cgs, bs * bs, bs * cs * cas},
-                           {as * cs * cbs, bs * cs * cas, cs * cs}};
-  const MatrixD& C = uc.orthoMatrix;
-  const MatrixD& Ci = uc.orthoInverse;
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) {
-      double metric = 0, reciprocal = 0;
-      for (int k = 0; k < 3; ++k) {
-        metric += C(k, i) * C(k, j);
-        reciprocal += Ci(i, k) * Ci(j, k);  // rows of C^-1 are the reciprocal axes
-      }
-      EXPECT_NEAR(G[i][j], metric, 1e-9 * (a * c)) << i << "," << j;
-      EXPECT_NEAR(Gs[i][j], reciprocal, 1e-9 * (as * as)) << i << "," << j;
-    }
-}
 
 // Every expanded setting must be a group (modulo whole cell translations),
 // begin with the identity, and keep its lattice blocks: the first block holds
@@ -142,23 +98,6 @@ TEST(SymmetryOperators, EverySettingIsAClosedGroupInLatticeBlocks) {
         }
       }
     }
-}
-
-TEST(SymmetryOperators, RepeatedExpansionGivesTheSameList) {
-  ASSERT_TRUE(LoadedTable().ok);
-  UnitCell uc;
-  ChooseSetting(uc, 227, 2);
-  std::vector<OperatorKey> first;
-  for (MatrixD* op : uc.symOp)
-    first.push_back(keyOf(*op));
-  uc.createSymmetryOP();
-  ASSERT_EQ(first.size(), static_cast<size_t>(uc.symOp.size()));
-  for (int k = 0; k < uc.symOp.size(); ++k)
-    EXPECT_EQ(first[k], keyOf(*uc.symOp[k]));
-  EXPECT_EQ(192, uc.symOp.size());
-  EXPECT_EQ(4, uc.latticeCount);
-  EXPECT_EQ(1, uc.centric);
-  EXPECT_EQ(48, uc.rotOp.size());
 }
 
 TEST(SymmetryOperators, ACustomListStaysInForce) {
@@ -218,15 +157,6 @@ TEST(PattersonSymmetry, EverySettingLeadsToItsLaueGroup) {
       EXPECT_EQ(uc.latticeCount, patterson.latticeCount);
       EXPECT_EQ(rotationsOf(uc.symOp, true), rotationsOf(patterson.symOp, false));
     }
-}
-
-TEST(PattersonSymmetry, ACustomListTakesItsLetterFromTheName) {
-  UnitCell uc;
-  uc.spgNumber = 1;
-  std::strcpy(uc.spgName, "Custom");
-  char out[16];
-  uc.getPattersonSymmetry(out);
-  EXPECT_STREQ("C -1", out);
 }
 
 // A cell in use with c doubled against the tabulated one: its operators gain

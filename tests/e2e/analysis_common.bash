@@ -17,6 +17,13 @@ copy_example() {
     cp "$SRC/examples/$1.prf" "$SRC/examples/$1.mem" "$dir/" || fail "example $1 missing"
 }
 
+# start_example NAME: a scratch directory holding a copy of the example, made current.
+start_example() {
+    new_workdir
+    copy_example "$1"
+    cd "$WORK" || fail "no scratch directory"
+}
+
 # fact NAME KEY: a value of the example's sidecar of known facts.
 fact() { awk -v k="$2" '$1 == k { $1 = ""; sub(/^ /, ""); print; exit }' "$SRC/examples/$1.facts"; }
 

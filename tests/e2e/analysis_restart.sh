@@ -7,9 +7,7 @@ set -u
 PROG=$(readlink -f "$1")
 SRC=$2
 . "$SRC/tests/e2e/analysis_common.bash"
-new_workdir
-copy_example rutile
-cd "$WORK"
+start_example rutile
 run_halvorin rutile.prf first.txt
 flat0=$(cycle0_constr first.txt)
 cp rutile.pgrid written.pgrid

@@ -8,9 +8,7 @@ set -u
 PROG=$(readlink -f "$1")
 SRC=$2
 . "$SRC/tests/e2e/analysis_common.bash"
-new_workdir
-copy_example rutile
-cd "$WORK"
+start_example rutile
 run_halvorin rutile.prf console.txt
 
 for f in rutile.out rutile.pgrid rutile_eps.raw rutile.fba; do

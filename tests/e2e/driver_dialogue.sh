@@ -30,14 +30,8 @@ prf=sub/quartz.prf
 value_after() { awk -v key="$1" 'found && !/^#/ && NF { print; exit } index($0, key) == 1 { found = 1 }' "$prf"; }
 [ "$(sed -n 4p "$prf")" = "quartz.mem" ] || fail "data file line: $(sed -n 4p "$prf")"
 [ "$(value_after '# The type of the MEM data set file.')" = "1" ] || fail "type"
-[ "$(value_after '# From which densities')" = "0" ] || fail "start"
-[ "$(value_after '# Optimization algorithm.')" = "0" ] || fail "algorithm"
-[ "$(value_after '# Which initial Lagrangian')" = "0" ] || fail "LM_type"
 [ "$(value_after '# The initial Lagrangian multiplier, lambda')" = "0.004 1.5" ] || fail "lambda and x"
-[ "$(value_after '# The coefficient, t,')" = "0.02" ] || fail "t"
-[ "$(value_after '# The coefficient, E,')" = "1.25" ] || fail "E"
 [ "$(value_after '# Will you save a feedback')" = "2" ] || fail "feedback"
-[ "$(value_after '# Will you save a e(GAUSS)')" = "1" ] || fail "eps"
 [ "$(value_after '# Maximum number of cycles.')" = "345" ] || fail "cycles"
 [ "$(value_after '# Fractions of lambda')" = "1 0.5 0 0 0 0 0 0.125" ] || fail "fractions"
 

@@ -92,15 +92,14 @@ const AnalysisSpec kWithGroups{"P 21 21 21", {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90
                                {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}, {0, 2, 3}, {3, 1, 2}, {1, 1, 1}, {2, 2, 1}},
                                {1, 2}};
 
-TEST(ConstraintTerms, DerivativesByMagnitudeGroups) {
-    auto mem = MakePreparedAnalysis(kWithGroups);
-    ExpectDerivativesMatchDifferences(*mem);
-}
-
-TEST(ConstraintTerms, DerivativesByLinearGroups) {
-    auto mem = MakePreparedAnalysis(kWithGroups);
-    mem->param.estimateUnobserved = 1;
-    ExpectDerivativesMatchDifferences(*mem);
+// Groups compared by magnitude, then by their mean real part.
+TEST(ConstraintTerms, DerivativesMatchDifferences) {
+    for (int linear : {0, 1}) {
+        SCOPED_TRACE(linear ? "linear groups" : "magnitude groups");
+        auto mem = MakePreparedAnalysis(kWithGroups);
+        mem->param.estimateUnobserved = linear;
+        ExpectDerivativesMatchDifferences(*mem);
+    }
 }
 
 // With only the order-2 fraction, and equal relative weights, the weighted

@@ -60,28 +60,23 @@ const AnalysisSpec kTrigonal{"P 32 2 1", {5.0f, 5.0f, 6.0f, 90.0f, 90.0f, 120.0f
                              {{1, 0, 0}, {1, 0, 1}, {1, 1, 2}, {2, -1, 1}, {0, 1, 2}, {0, 0, 3}, {2, 1, -1}, {1, 1, 0}},
                              {2}};
 
-TEST(ConstraintDerivative, DirectPathCentrosymmetric) {
-    auto mem = MakePreparedAnalysis(kMonoclinic);
-    ASSERT_FALSE(mem->useFFT);
-    ExpectDerivativeMatchesDifferences(*mem);
-}
-
-TEST(ConstraintDerivative, DirectPathNonCentrosymmetric) {
-    auto mem = MakePreparedAnalysis(kTrigonal);
-    ASSERT_FALSE(mem->useFFT);
-    ExpectDerivativeMatchesDifferences(*mem);
-}
-
-// Groups compared by their mean real part instead of their magnitude.
-TEST(ConstraintDerivative, DirectPathLinearGroups) {
-    auto mem = MakePreparedAnalysis(kTrigonal);
-    mem->param.estimateUnobserved = 1;
-    ExpectDerivativeMatchesDifferences(*mem);
-}
-
-TEST(ConstraintDerivative, TransformPathCentrosymmetric) {
-    auto mem = MakeTransformAnalysis(kMonoclinic);
-    ExpectDerivativeMatchesDifferences(*mem);
+// Centric and non-centric on the direct path, groups compared by their mean
+// real part instead of their magnitude, and the transform path.
+TEST(ConstraintDerivative, MatchesFiniteDifferences) {
+    const struct {
+        const AnalysisSpec* spec;
+        bool transform, linearGroups;
+    } cases[] = {{&kMonoclinic, false, false}, {&kTrigonal, false, false},
+                 {&kTrigonal, false, true}, {&kMonoclinic, true, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.spec->symbol + (c.transform ? " transform" : " direct") +
+                     (c.linearGroups ? " linear groups" : ""));
+        auto mem = c.transform ? MakeTransformAnalysis(*c.spec) : MakePreparedAnalysis(*c.spec);
+        ASSERT_EQ(mem->useFFT, c.transform);
+        if (c.linearGroups)
+            mem->param.estimateUnobserved = 1;
+        ExpectDerivativeMatchesDifferences(*mem);
+    }
 }
 
 // How the equivalents of a reflection relate to their negatives.

@@ -52,6 +52,11 @@ struct GroupOnGrid {
     std::array<int, 3> grid;
 };
 
+// Shown by the test lists in place of the bytes of the object.
+void PrintTo(const GroupOnGrid& p, std::ostream* os) {
+    *os << p.symbol << " on " << p.grid[0] << "x" << p.grid[1] << "x" << p.grid[2];
+}
+
 class AsymmetricUnitTest : public ::testing::TestWithParam<GroupOnGrid> {};
 
 TEST_P(AsymmetricUnitTest, RepresentativesAreTheOrbits) {
@@ -93,21 +98,6 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
-// -x + 1/2 and the like give negative images before wrapping.
-TEST(AsymmetricUnit, TranslationsWrapNegativeImages) {
-    const auto ops = ExpandOperators(GroupBySymbol("P 21 21 21"));
-    ObjVector<MatrixD> list;
-    for (const auto& m : ops)
-        list.add(new Matrix4D(m.data()));
-    const int grid[3] = {4, 6, 8};
-    const std::vector<int> integer = MakeGridOperators(list, grid);
-    EXPECT_EQ(integer[16 + 12], 2);  // x + 1/2 on 4 voxels
-    const AsymmetricUnit asu = FindAsymmetricUnit(grid, integer);
-    EXPECT_EQ(asu.size(), 4 * 6 * 8 / 4);  // no special positions in P 21 21 21
-    for (int m : asu.multiplicity)
-        EXPECT_EQ(m, 4);
-}
-
 std::vector<int> GridOperators(const char* symbol, const int* grid, bool reversed = false) {
     auto ops = ExpandOperators(GroupBySymbol(symbol));
     if (reversed)
@@ -135,24 +125,6 @@ TEST(OperatorOrder, LatticeBlocksAndInversionPairsAreRecognised) {
     EXPECT_FALSE(InversionPairs(p.data(), 4, grid));
     const std::vector<int> c = GridOperators("P 21/c", grid);
     EXPECT_TRUE(InversionPairs(c.data(), 4, grid));
-}
-
-TEST(ThreadBlocks, CoverTheAsymmetricUnitInContiguousRuns) {
-    AnalysisSpec spec{"P 21/c", {6.0f, 7.0f, 8.0f, 90.0f, 100.0f, 90.0f}, {8, 6, 10},
-                      {{1, 0, 0}, {0, 2, 0}, {1, 1, 1}}};
-    auto mem = MakePreparedAnalysis(spec);
-    EXPECT_EQ(mem->threads.size(), mem->nThreads);
-    int next = 0;
-    long total = 0;
-    for (int t = 0; t < mem->threads.size(); ++t) {
-        const ThreadData* b = mem->threads[t];
-        EXPECT_EQ(b->offset, next);
-        next += b->nVoxel;
-        for (int v = 0; v < b->nVoxel; ++v)
-            total += b->multiplicity[v];
-    }
-    EXPECT_EQ(next, mem->NASYM);
-    EXPECT_EQ(total, 8 * 6 * 10);
 }
 
 TEST(ThreadBlocks, MoreThreadsThanVoxelsLeaveEmptyBlocks) {

@@ -1,4 +1,4 @@
-// Per-block density arithmetic: totals, channels, shared storage and the entropy gradient.
+// Per-block density arithmetic: totals, channels and the entropy gradient.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -63,24 +63,6 @@ TEST(VoxelDensity, AbsentNegativeChannelIsNeverTouched) {
             EXPECT_EQ(b->rho12[v], b->rho1[v]);
         }
     }
-}
-
-// The minimiser's solution vector shares the block's vectors: an exchange of
-// old and new storage is seen through it, and dropping the list leaves the
-// block's vectors alive.
-TEST(VoxelDensity, SwapIsSeenThroughASharedList) {
-    auto mem = TwoChannels(40.0, 0.0);
-    ThreadData* b = mem->threads[0];
-    {
-        ObjVector<VectorXD> parts;
-        parts.add(&b->rho1Old);
-        double* fresh = b->rho1.p_;
-        b->SwapRho();
-        EXPECT_EQ(parts[0]->p_, fresh);
-        EXPECT_EQ(b->rho1Old.refCount, 2);
-    }
-    EXPECT_EQ(b->rho1Old.refCount, 1);
-    EXPECT_EQ(b->rho1Old.dim_, b->nVoxel);
 }
 
 // For the unknowns x with m * rho = x^2, the entropy sum S and its gradient g

@@ -1,115 +1,22 @@
-// Shared helpers of the analysis tests: scratch directories, captured messages and prepared analyses.
+// Shared helpers of the analysis tests: the table, prepared analyses and a synthetic data set.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <omp.h>
 
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "app/IO.h"
+#include "common/CapturedOutput.h"
+#include "common/TempDir.h"
 #include "app/Timer.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
-
-// A scratch directory, removed with everything in it.
-class TempDir {
-public:
-    TempDir() {
-        char pattern[] = "/tmp/halvorin_zspa_XXXXXX";
-        const char* made = mkdtemp(pattern);
-        path_ = made ? made : "/tmp";
-    }
-    ~TempDir() { std::system(("rm -rf '" + path_ + "'").c_str()); }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
-    const std::string& path() const { return path_; }
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
-inline std::string ReadText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-inline void WriteText(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
-inline bool Exists(const std::string& path) { return std::ifstream(path).good(); }
-
-inline std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
-// Collects everything printed through the IO hooks while it lives. Captures
-// nest: an inner one takes the messages until it ends.
-class CapturedOutput {
-public:
-    CapturedOutput() : outer_(current()), printf_(IO::Printf), error_(IO::PrintError) {
-        current() = this;
-        IO::Printf = &CaptureMessage;
-        IO::PrintError = &CaptureError;
-    }
-    ~CapturedOutput() {
-        current() = outer_;
-        IO::Printf = printf_;
-        IO::PrintError = error_;
-    }
-    CapturedOutput(const CapturedOutput&) = delete;
-    CapturedOutput& operator=(const CapturedOutput&) = delete;
-
-    const std::string& text() const { return text_; }
-    const std::string& errors() const { return errors_; }
-
-private:
-    static CapturedOutput*& current() {
-        static CapturedOutput* active = nullptr;
-        return active;
-    }
-    static int Append(std::string& to, const char* fmt, va_list args) {
-        char buffer[4096];
-        int n = vsnprintf(buffer, sizeof buffer, fmt, args);
-        to += buffer;
-        return n;
-    }
-    static int CaptureMessage(const char* fmt, ...) {
-        va_list args;
-        va_start(args, fmt);
-        int n = Append(current()->text_, fmt, args);
-        va_end(args);
-        return n;
-    }
-    static int CaptureError(const char* fmt, ...) {
-        va_list args;
-        va_start(args, fmt);
-        int n = Append(current()->errors_, fmt, args);
-        va_end(args);
-        return n;
-    }
-
-    CapturedOutput* outer_;
-    IO::PrintFunc printf_;
-    IO::PrintFunc error_;
-    std::string text_;
-    std::string errors_;
-};
 
 // The space-group table from the data files of the build directory, loaded once.
 // Standard input is closed as well, so that the waits after a refused restart

@@ -58,23 +58,6 @@ TEST(ZSPA, ReachesTheConstraintWithPositiveNormalisedDensity) {
     EXPECT_NEAR(f000, 12.0, 1e-9);
 }
 
-TEST(ZSPA, OnlyEveryTenthAndTheLastCyclePrint) {
-    TempDir dir;
-    WriteP1DataSet(dir.file("model.mem"));
-    TestAnalysis d;
-    Prepare(d, dir.file("model.mem"));
-    CapturedOutput out;
-    d.ZSPA(d.param.maxCycles);
-    int printed = 0;
-    for (const std::string& line : Lines(out.text())) {
-        int n = 0;
-        if (sscanf(line.c_str(), " CYCLE %d:", &n) != 1) continue;
-        ++printed;
-        EXPECT_TRUE(n % 10 == 0 || n == d.cycle) << line;
-    }
-    EXPECT_EQ(printed, d.cycle / 10 + (d.cycle % 10 != 0 ? 1 : 0));
-}
-
 TEST(ZSPA, HalvesOnFailureAndNeverRegrowsToTheCeiling) {
     TempDir dir;
     WriteP1DataSet(dir.file("model.mem"));

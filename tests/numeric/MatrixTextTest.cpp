@@ -10,108 +10,87 @@ namespace {
 
 const char* kXYZ[] = {"x", "y", "z", "q"};
 
-// Parses text into an operator with the names x, y, z.
 Matrix4D parse(std::string text, int rows = 3, const char** names = kXYZ) {
   Matrix4D W;
   W.SetFromString(&text[0], names, rows, false);
   return W;
 }
 
-// Row r of W as (W(r,0), W(r,1), W(r,2) | W(r,3)).
-void expectRow(const Matrix4D& W, int r, double a, double b, double c, double t) {
-  EXPECT_EQ(W(r, 0), a) << "row " << r;
-  EXPECT_EQ(W(r, 1), b) << "row " << r;
-  EXPECT_EQ(W(r, 2), c) << "row " << r;
-  EXPECT_EQ(W(r, 3), t) << "row " << r;
-}
+struct TextCase {
+  const char* text;
+  int rows;
+  double r[3][4];  // rows 0 to 2 as (W(r,0), W(r,1), W(r,2) | W(r,3))
+  double corner;
+};
 
-TEST(OperatorText, SingleComponents) {
-  expectRow(parse("x+1/2"), 0, 1, 0, 0, 0.5);
-  expectRow(parse("x-y"), 0, 1, -1, 0, 0);
-  expectRow(parse("2x"), 0, 2, 0, 0, 0);
-  expectRow(parse("x/2"), 0, 0.5, 0, 0, 0);
-  expectRow(parse("0.3333"), 0, 0, 0, 0, 1.0 / 3);  // snapped to the exact third
+// Each example with the operator it must give.
+const TextCase kCases[] = {
+    {"x+1/2", 3, {{1, 0, 0, 0.5}}, 1},
+    {"x-y", 3, {{1, -1, 0, 0}}, 1},
+    {"2x", 3, {{2, 0, 0, 0}}, 1},
+    {"x/2", 3, {{0.5, 0, 0, 0}}, 1},
+    {"1/2x", 3, {{0.5, 0, 0, 0}}, 1},
+    {"0.3333", 3, {{0, 0, 0, 1.0 / 3}}, 1},  // snapped to the exact third
+    {"0.6667", 3, {{0, 0, 0, 2.0 / 3}}, 1},
+    {"0.08333", 3, {{0, 0, 0, 1.0 / 12}}, 1},
+    {"0.91667", 3, {{0, 0, 0, 11.0 / 12}}, 1},
+    {"0.1", 3, {{0, 0, 0, 0.1}}, 1},
+    {"0.3331", 3, {{0, 0, 0, 0.3331}}, 1},  // outside 0.0001 of a third
+    {"x+1/2,-y,1/4-z", 3, {{1, 0, 0, 0.5}, {0, -1, 0, 0}, {0, 0, -1, 0.25}}, 1},
+    // Case, quotes, blanks, tabs and empty components do not matter.
+    {"X-Y,X,Z+1/6", 3, {{1, -1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 1.0 / 6}}, 1},
+    {"x-y x z+1/6", 3, {{1, -1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 1.0 / 6}}, 1},
+    {"'x-y, x, z+1/6'", 3, {{1, -1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 1.0 / 6}}, 1},
+    {"x-y\tx\t\tz+1/6", 3, {{1, -1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 1.0 / 6}}, 1},
+    {"  \"x-y\" ,, x , z+1/6 ,", 3, {{1, -1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 1.0 / 6}}, 1},
+    // Terms assign rather than add.
+    {"x+x", 3, {{1, 0, 0, 0}}, 1},
+    {"x+1/2+1/4", 3, {{1, 0, 0, 0.25}}, 1},
+    {"-x+y-x", 3, {{-1, 1, 0, 0}}, 1},
+    // A second segment overrides the first; a third is ignored.
+    {"x,y,z;-x+1/2|y,z,x", 3, {{-1, 0, 0, 0.5}, {0, 1, 0, 0}, {0, 0, 1, 0}}, 1},
+    {"x,y,z|x+1/2,y+1/2", 3, {{1, 0, 0, 0.5}, {0, 1, 0, 0.5}, {0, 0, 1, 0}}, 1},
+    // The magnetic label from a fourth component, when four rows are read.
+    {"-x,-y,z+1/2,-1", 4, {{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, 1, 0.5}}, -1},
+    {"x,y,z,+1", 4, {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}, 1},
+    {"x,y,z,-1", 3, {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}, 1},
+    // Malformed text gives zeros, not faults.
+    {"nonsense", 3, {}, 1},
+    {"", 3, {}, 1},
+    {";;,,||", 3, {}, 1},
+    {"+-x++", 3, {{-1, 0, 0, 0}}, 1},
+    {"1e-3", 3, {{0, 0, 0, -3}}, 1},  // split at the exponent's sign
+    {"x + 1/2", 3, {{1, 0, 0, 0}, {}, {0, 0, 0, 0.5}}, 1},  // a blank starts the next row
+};
+
+TEST(OperatorText, TableOfExamples) {
+  for (const TextCase& c : kCases) {
+    const Matrix4D W = parse(c.text, c.rows);
+    for (int r = 0; r < 3; ++r)
+      for (int j = 0; j < 4; ++j)
+        EXPECT_NEAR(W(r, j), c.r[r][j], 1e-15) << "'" << c.text << "' (" << r << ", " << j << ")";
+    EXPECT_EQ(W(3, 3), c.corner) << c.text;
+    EXPECT_EQ(W(3, 0) + W(3, 1) + W(3, 2), 0.0) << c.text;
+  }
   EXPECT_NEAR(parse("-1/3")(0, 3), -1.0 / 3, 1e-16);  // negative: left to the caller
-  EXPECT_EQ(parse("1/2x")(0, 0), 0.5);
+  EXPECT_TRUE(std::isinf(parse("1/0")(0, 3)));
 }
 
-TEST(OperatorText, ComponentsGoToSuccessiveRows) {
-  const Matrix4D W = parse("x+1/2,-y,1/4-z");
-  expectRow(W, 0, 1, 0, 0, 0.5);
-  expectRow(W, 1, 0, -1, 0, 0);
-  expectRow(W, 2, 0, 0, -1, 0.25);
-  expectRow(W, 3, 0, 0, 0, 1);
-}
-
-TEST(OperatorText, CaseAndSeparatorsDoNotMatter) {
-  const Matrix4D reference = parse("x-y,x,z+1/6");
-  for (const char* text : {"X-Y,X,Z+1/6", "x-y x z+1/6", "'x-y, x, z+1/6'", "x-y\tx\t\tz+1/6",
-                           "  \"x-y\" ,, x , z+1/6 ,"})
-    EXPECT_EQ(parse(text).Compare(reference.m), 0) << text;
-  EXPECT_EQ(reference(2, 3), 1.0 / 6);
-}
-
-TEST(OperatorText, SnapsRoundedTwelfthsOnly) {
-  EXPECT_EQ(parse("0.6667")(0, 3), 2.0 / 3);
-  EXPECT_EQ(parse("0.08333")(0, 3), 1.0 / 12);
-  EXPECT_EQ(parse("0.91667")(0, 3), 11.0 / 12);
-  EXPECT_EQ(parse("0.1")(0, 3), 0.1);
-  EXPECT_EQ(parse("0.3331")(0, 3), 0.3331);  // outside 0.0001 of a third
-}
-
-TEST(OperatorText, TermsAssignRatherThanAdd) {
-  expectRow(parse("x+x"), 0, 1, 0, 0, 0);
-  expectRow(parse("x+1/2+1/4"), 0, 1, 0, 0, 0.25);
-  expectRow(parse("-x+y-x"), 0, -1, 1, 0, 0);
-}
-
-TEST(OperatorText, SecondSegmentOverridesThirdIsIgnored) {
-  const Matrix4D W = parse("x,y,z;-x+1/2|y,z,x");
-  expectRow(W, 0, -1, 0, 0, 0.5);
-  expectRow(W, 1, 0, 1, 0, 0);
-  expectRow(W, 2, 0, 0, 1, 0);
-  const Matrix4D V = parse("x,y,z|x+1/2,y+1/2");
-  expectRow(V, 0, 1, 0, 0, 0.5);
-  expectRow(V, 1, 0, 1, 0, 0.5);
-  expectRow(V, 2, 0, 0, 1, 0);
-}
-
-TEST(OperatorText, MagneticCornerFromFourthComponent) {
-  const Matrix4D W = parse("-x,-y,z+1/2,-1", 4);
-  expectRow(W, 2, 0, 0, 1, 0.5);
-  EXPECT_EQ(W(3, 3), -1.0);
-  EXPECT_EQ(parse("x,y,z,+1", 4)(3, 3), 1.0);
-  EXPECT_EQ(parse("x,y,z,-1", 3)(3, 3), 1.0);  // only three rows read
-}
-
-TEST(OperatorText, OtherNameSets) {
+TEST(OperatorText, OtherNameSetsAndAClearedTarget) {
   const char* numbered[] = {"x1", "x2", "x3", "q"};
   const Matrix4D W = parse("-X2, X1-X2, X3+1/3", 3, numbered);
-  expectRow(W, 0, 0, -1, 0, 0);
-  expectRow(W, 1, 1, -1, 0, 0);
-  expectRow(W, 2, 0, 0, 1, 1.0 / 3);
-}
+  EXPECT_EQ(W(0, 1), -1.0);
+  EXPECT_EQ(W(1, 0), 1.0);
+  EXPECT_EQ(W(1, 1), -1.0);
+  EXPECT_EQ(W(2, 3), 1.0 / 3);
 
-TEST(OperatorText, MalformedTextGivesZerosNotFaults) {
-  expectRow(parse("nonsense"), 0, 0, 0, 0, 0);
-  Matrix4D W;
-  for (double& e : W.m)
+  Matrix4D V;
+  for (double& e : V.m)
     e = 9;
   std::string text = "y";
-  W.SetFromString(&text[0], kXYZ, 3, false);  // clears everything first
-  expectRow(W, 0, 0, 1, 0, 0);
-  expectRow(W, 1, 0, 0, 0, 0);
-  expectRow(W, 3, 0, 0, 0, 1);
-  expectRow(parse(""), 2, 0, 0, 0, 0);
-  EXPECT_TRUE(std::isinf(parse("1/0")(0, 3)));
-  expectRow(parse("+-x++"), 0, -1, 0, 0, 0);
-  expectRow(parse(";;,,||"), 0, 0, 0, 0, 0);
-  // An exponent is split at its sign, leaving 1e and -3 as separate terms.
-  EXPECT_EQ(parse("1e-3")(0, 3), -3.0);
-  // A blank inside a component starts the next row.
-  const Matrix4D spaced = parse("x + 1/2");
-  expectRow(spaced, 0, 1, 0, 0, 0);
-  expectRow(spaced, 2, 0, 0, 0, 0.5);
+  V.SetFromString(&text[0], kXYZ, 3, false);  // clears everything first
+  for (int k = 0; k < 16; ++k)
+    EXPECT_EQ(V.m[k], k == 4 || k == 15 ? 1.0 : 0.0) << k;
 }
 
 }  // namespace

@@ -82,29 +82,4 @@ TEST(ObjVector, AppendAndAssignmentShareObjects) {
   EXPECT_EQ(src[0]->refCount, 3);
 }
 
-TEST(ObjVector, NullsAreAssertions) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // BLAS may have started threads
-  ObjVector<Tracked> list;
-  EXPECT_DEATH(list.add(nullptr), "item != NULL, function add, file base/Vector.h, line 92");
-  VectorBase corrupted;
-  corrupted.v.push_back(nullptr);
-  EXPECT_DEATH(corrupted.clear(), "v\\[i\\] != NULL, function clear, file base/Vector.h, line 104");
-  corrupted.v.clear();
-}
-
-TEST(ArrVector, ItemsOfFixedWidth) {
-  ArrVector<int> hkl(3);
-  const int a[3] = {1, 2, 3}, b[3] = {-1, 0, 4}, c[3] = {7, 8, 9};
-  hkl.add(a);
-  hkl.add(b);
-  hkl.add(c);
-  EXPECT_EQ(hkl.v.size(), 9u);
-  EXPECT_EQ(hkl.item(1)[2], 4);
-
-  ArrVector<double> none(0);
-  const double x[2] = {1.0, 2.0};
-  none.add(x);
-  EXPECT_TRUE(none.v.empty());
-}
-
 }  // namespace

@@ -1,12 +1,10 @@
-// Vectors, the reduction of fractional coordinates, cell matrices and operator comparison.
+// The reduction of fractional coordinates, cell matrices and operator comparison.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 
 #include "base/VectorD.h"
 #include "core/Matrix4D.h"
-#include "core/VectorF.h"
 
 namespace {
 
@@ -34,52 +32,6 @@ TEST(Fractionalize, ReducesToUnitIntervalWithNearIntegersZero) {
   EXPECT_EQ(t[0], 0.5);
   EXPECT_EQ(t[1], 0.0);
   EXPECT_EQ(t[2], 2.75);  // beyond n
-}
-
-TEST(VectorD, IsEqualUsesStrictTolerance) {
-  const double a[2] = {0.5, 1.0};
-  const double b[2] = {0.5 + 0.5 * kEps, 1.0 + kEps};
-  EXPECT_TRUE(VectorD::IsEqual(a, b, 1));
-  EXPECT_FALSE(VectorD::IsEqual(a, b, 2));
-  EXPECT_TRUE(VectorD::IsEqual(a, b, 0));
-}
-
-TEST(VectorD, ArithmeticAgreesWithDirectSums) {
-  VectorXD x(5), y(5), z(5);
-  for (int i = 0; i < 5; ++i) {
-    x[i] = i + 1;
-    y[i] = 2.0 * (i + 1);
-  }
-  EXPECT_DOUBLE_EQ(x.Dot(y), 110.0);
-  z.Diff(y, x);
-  z.Add(x, -1.0);  // y - 2x = 0
-  EXPECT_EQ(z.Norm2(), 0.0);
-  z.nInit(x);
-  z *= -3.0;
-  z.Div(x);
-  for (int i = 0; i < 5; ++i)
-    EXPECT_EQ(z[i], 3.0);
-  VectorXD copy(x);
-  x[0] = 100;
-  EXPECT_EQ(copy[0], 1.0);
-}
-
-TEST(VectorD, LengthMismatchesAreAssertions) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // BLAS may have started threads
-  VectorXD a(3), b(4);
-  EXPECT_DEATH(a.Init(b), "dim_ == dim, function Init, file base/VectorD.h, line 67");
-  EXPECT_DEATH(a.nInit(b), "dim_ == V.dim_, function nInit, file base/VectorD.h, line 79");
-  EXPECT_DEATH(a.Dot(b), "dim_ == V.dim_, function Dot, file base/VectorD.h, line 107");
-}
-
-TEST(VectorF, CloneIsAShallowView) {
-  Vector3F f(0.5f, 1.5f, 2.5f);
-  std::unique_ptr<VectorF> view(f.Clone(0));
-  f[1] = 9.0f;
-  EXPECT_EQ((*view)[1], 9.0f);
-  Vector3D u(1, 2, 3), v(u);
-  v[0] = 7;
-  EXPECT_EQ(u[0], 1.0);
 }
 
 TEST(CellMatrix, DeterminantIsTheVolumeOfAnObliqueCell) {
@@ -139,22 +91,6 @@ TEST(Operator, CompareTellsLinearPartFromTranslation) {
   EXPECT_EQ(W.Compare(Matrix4D::E), 2);
   const double identity[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
   EXPECT_EQ(op(identity, 0.5, 0.5, 0).Compare(Matrix4D::E), 1);
-}
-
-TEST(Operator, MultThenMultRGivesQWP) {
-  const Matrix4D W = op(kFourFold, 0.5, 0, 0.25);
-  const double mirror[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, -1}};
-  const Matrix4D Q = op(mirror, 0, 0.5, 0);
-  const double basis[3][3] = {{1, 1, 0}, {-1, 1, 0}, {0, 0, 1}};
-  const Matrix4D P = op(basis, 0.25, 0, 0.5);
-  Matrix4D result(W);
-  result.Mult(Q.m);
-  result.MultR(P.m);
-  Matrix4D QW, expected;
-  QW.GeMM(Q, W);
-  expected.GeMM(QW, P);
-  for (int k = 0; k < 16; ++k)
-    EXPECT_NEAR(result.m[k], expected.m[k], 1e-15);
 }
 
 }  // namespace

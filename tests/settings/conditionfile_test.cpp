@@ -2,21 +2,13 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
-#include "../util/TempDir.h"
+#include "common/TempDir.h"
 #include "app/IO.h"
 #include "mem/MEMParam.h"
 
 namespace {
-
-std::string readAll(const std::string& path) {
-    std::string text;
-    FILE* f = fopen(path.c_str(), "rb");
-    if (!f) return text;
-    for (int c; (c = fgetc(f)) != EOF;) text += static_cast<char>(c);
-    fclose(f);
-    return text;
-}
 
 // A parameter set in which every field that a condition file carries differs
 // from its default.
@@ -40,83 +32,16 @@ MEMParam unusualSettings(const std::string& dataFile) {
     return p;
 }
 
-const char* const kWrittenFile =
-    "$PREFERENCES\n"
-    "\n"
-    "# The name of the MEM data set file (*.fos, *.mem, *.fcf, *.BayMEM) or condition file (*.prf).\n"
-    "sio2.mem\n"
-    "sio2.out\n"
-    "sio2.pgrid\n"
-    "sio2.fba\n"
-    "sio2_eps.raw\n"
-    "\n"
-    "# The type of the MEM data set file.\n"
-    "# 0. (a) X-ray diffraction data or (b) neutron diffraction data of a compound\n"
-    "#    containing no element with a negative bc value.\n"
-    "# 1. Neutron diffraction data of a compound containing at least one element\n"
-    "#    with a negative bc value.\n"
-    "0\n"
-    "\n"
-    "# From which densities will you start?\n"
-    "# 0. Uniform densities.\n"
-    "# 1. Restart from densities recorded in the 3D densities file (*.pgrid).\n"
-    "0\n"
-    "\n"
-    "# Optimization algorithm.\n"
-    "# 0. 0th order single-pixel approximation (ZSPA).\n"
-    "# 1. The Limited-memory BFGS algorithm (L-BFGS).\n"
-    "# 2. The Cambridge algorithm (Obsolete).\n"
-    "0\n"
-    "\n"
-    "# Will you use the G-constraint?.\n"
-    "# (This option is a dummy to keep backward compatibility with TALMO.)\n"
-    "1\n"
-    "\n"
-    "# Which initial Lagrangian multiplier will you use (LM_type)?\n"
-    "# 0. The value written in this file.\n"
-    "# 1. The value calculated by Halvorin.\n"
-    "# 2. The value written in the MEM data set file.\n"
-    "1\n"
-    "\n"
-    "# The initial Lagrangian multiplier, lambda (dummy if LM_type = 1 or 2), and\n"
-    "# A parameter x to impose weighting factors on the basis of\n"
-    "# lattice-plane spacing.\n"
-    "0.001 0\n"
-    "\n"
-    "# The coefficient, t, to adjust the Lagrangian multiplier.\n"
-    "0.05\n"
-    "\n"
-    "# The coefficient, E, to adjust estimated standard uncertainty of\n"
-    "# structure factors.\n"
-    "1\n"
-    "\n"
-    "# Will you save a feedback data file?\n"
-    "# 0. Yes (output only individual F data).\n"
-    "# 1. Yes (output all the F data including those for grouped reflections\n"
-    "#    and estimated for unobserved reflections).\n"
-    "# 2. No.\n"
-    "1\n"
-    "\n"
-    "# Will you save a e(GAUSS) distribution data file?\n"
-    "# 0. Yes (raw data file, * eps.raw).\n"
-    "# 1. No.\n"
-    "0\n"
-    "\n"
-    "# Maximum number of cycles.\n"
-    "1000\n"
-    "\n"
-    "# Save output files (dummy)\n"
-    "1\n"
-    "\n"
-    "# Fractions of lambda for generalized constraints.\n"
-    "# (8 parameters; l_2, l_4, l_6, l_8, l_10, l_12, l_14, l_16)\n"
-    "1 0 0 0 0 0 0 0\n"
-    "\n"
-    "# Which prior densities will you use?\n"
-    "# 0. Uniform densities.\n"
-    "# 1. Densities recorded in the 3D densities file (*_prior.pgrid).\n"
-    "0\n"
-    "\n";
+// The value lines of a condition file, in order, without blank and comment lines.
+std::vector<std::string> valueLines(const std::string& text) {
+    std::vector<std::string> values;
+    size_t start = 0;
+    for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
+        const std::string line = text.substr(start, end - start);
+        if (!line.empty() && line[0] != '#') values.push_back(line);
+    }
+    return values;
+}
 
 }  // namespace
 
@@ -133,14 +58,19 @@ TEST(MEMParam, OutputNamesFollowTheDataFile) {
     EXPECT_EQ(p.outFile, "/d/plain.out");
 }
 
-TEST(ConditionFile, WrittenTextOfDefaults) {
+TEST(ConditionFile, WrittenValuesOfDefaults) {
     TempDir tmp;
     MEMParam p;
     p.dataFile = tmp.file("sio2.mem");
     p.fileType = 3;
     ASSERT_TRUE(p.WriteConditions());
     EXPECT_EQ(p.condFile, tmp.file("sio2.prf"));
-    EXPECT_EQ(readAll(p.condFile), kWrittenFile);
+    const std::string text = ReadText(p.condFile);
+    EXPECT_EQ(valueLines(text),
+              (std::vector<std::string>{"$PREFERENCES", "sio2.mem", "sio2.out", "sio2.pgrid", "sio2.fba",
+                                        "sio2_eps.raw", "0", "0", "0", "1", "1", "0.001 0", "0.05", "1", "1", "0",
+                                        "1000", "1", "1 0 0 0 0 0 0 0", "0"}));
+    EXPECT_NE(text.find("\n# Maximum number of cycles.\n1000\n"), std::string::npos);
 }
 
 TEST(ConditionFile, WriteAndReadBackKeepsEverySetting) {
@@ -151,43 +81,20 @@ TEST(ConditionFile, WriteAndReadBackKeepsEverySetting) {
     written.gridResolution = 0.25;   // never written back
     ASSERT_TRUE(written.WriteConditions());
 
+    const std::string first = ReadText(written.condFile);
+
+    // Every field differs from its default: writing what was read gives the same file.
     MEMParam read;
     read.gridResolution = 0.3;
     ASSERT_TRUE(read.ReadConditions(written.condFile));
     EXPECT_EQ(read.dataFile, written.dataFile);
     EXPECT_EQ(read.fileType, 4);
-    EXPECT_EQ(read.startType, written.startType);
-    EXPECT_EQ(read.priorType, written.priorType);
-    EXPECT_EQ(read.algorithm, written.algorithm);
-    EXPECT_EQ(read.LM_type, written.LM_type);
-    EXPECT_DOUBLE_EQ(read.lambda, written.lambda);
     EXPECT_DOUBLE_EQ(read.initialLambda, written.lambda);
-    EXPECT_DOUBLE_EQ(read.weightPowerD, written.weightPowerD);
-    EXPECT_FLOAT_EQ(read.coefT, written.coefT);
-    EXPECT_FLOAT_EQ(read.coefE, written.coefE);
-    EXPECT_EQ(read.feedbackOutput, written.feedbackOutput);
-    EXPECT_EQ(read.epsOutput, written.epsOutput);
-    EXPECT_EQ(read.maxCycles, written.maxCycles);
-    for (int k = 0; k < 8; ++k) EXPECT_DOUBLE_EQ(read.lambdaFraction[k], written.lambdaFraction[k]);
-    EXPECT_EQ(read.outFile, written.outFile);
-    EXPECT_EQ(read.gridFile, written.gridFile);
-    EXPECT_EQ(read.feedbackFile, written.feedbackFile);
     EXPECT_EQ(read.epsFile, written.epsFile);
     EXPECT_EQ(read.weightPowerM, 0.0);
     EXPECT_DOUBLE_EQ(read.gridResolution, 0.3);
-}
-
-TEST(ConditionFile, DataFileIsRelativeToTheConditionFile) {
-    TempDir tmp;
-    MEMParam p = unusualSettings(tmp.file("sub/x.mem"));
-    p.WriteConditions();
-    // The condition file lies beside the data file, so the name stands alone.
-    EXPECT_EQ(p.condFile, tmp.file("sub/x.prf"));
-    p.dataFile = tmp.file("x.mem");
-    p.SetFileNames();
-    ASSERT_TRUE(p.WriteConditions());
-    const std::string text = readAll(p.condFile);
-    EXPECT_NE(text.find("\nx.mem\nx.out\nx.pgrid\nx.fba\nx_eps.raw\n\n"), std::string::npos);
+    ASSERT_TRUE(read.WriteConditions());
+    EXPECT_EQ(ReadText(read.condFile), first);
 }
 
 TEST(ConditionFile, HandEditedWithCommentsBlanksAndCrLf) {

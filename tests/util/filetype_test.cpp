@@ -4,43 +4,23 @@
 
 #include "app/FileType.h"
 
-TEST(CheckFormat, EveryExtensionOfTheTable) {
-    EXPECT_EQ(check_format("/d/a.prf"), 0);
-    EXPECT_EQ(check_format("/d/a.omra"), 1);
-    EXPECT_EQ(check_format("/d/a.alb"), 2);
-    EXPECT_EQ(check_format("/d/a.mem"), 3);
-    EXPECT_EQ(check_format("/d/a.fos"), 5);
-    EXPECT_EQ(check_format("/d/a.fcf"), 6);
-    EXPECT_EQ(check_format("/d/a.BayMEM"), 7);
-    EXPECT_EQ(check_format("/d/a.mep"), 8);
-    EXPECT_EQ(check_format("/d/a.ffo"), 10);
-    EXPECT_EQ(check_format("/d/a.hkl"), 11);
-}
-
-TEST(CheckFormat, CaseInsensitiveSubstringInTableOrder) {
-    EXPECT_EQ(check_format("a.MEM"), 3);
-    EXPECT_EQ(check_format("a.Prf"), 0);
-    EXPECT_EQ(check_format("a.baymem"), 7);  // before "mem"
-    EXPECT_EQ(check_format("a.mem2"), 3);
-    EXPECT_EQ(check_format("a.xfcfx"), 6);
-    EXPECT_EQ(check_format("a.memprf"), 0);  // "prf" is tried first
-    EXPECT_EQ(check_format("a.omraalb"), 2);
-}
-
-TEST(CheckFormat, UnsupportedNames) {
-    EXPECT_EQ(check_format("notes.txt"), -1);
-    EXPECT_EQ(check_format("/d/data"), -1);
-    EXPECT_EQ(check_format("a."), -1);
-    EXPECT_EQ(check_format(""), -1);
-    EXPECT_EQ(check_format(nullptr), -1);
-}
-
-TEST(CheckFormat, LastDotOfTheWholePath) {
-    EXPECT_EQ(check_format("/runs/v1.mem/data"), 3);
-    EXPECT_EQ(check_format("/runs.mem/a.txt"), -1);
-}
-
-TEST(CheckFormat, ExtensionIsReadUpTo128Characters) {
-    EXPECT_EQ(check_format(("a." + std::string(125, 'x') + "fos").c_str()), 5);
-    EXPECT_EQ(check_format(("a." + std::string(126, 'x') + "fos").c_str()), -1);
+// The extension table, case-insensitive substrings tried in table order, the
+// last dot of the whole path, and the 128-character limit of the extension.
+TEST(CheckFormat, TableOfNames) {
+  const std::string longExt(125, 'x');
+  const struct {
+    std::string name;
+    int type;
+  } cases[] = {
+      {"/d/a.prf", 0},   {"/d/a.omra", 1},    {"/d/a.alb", 2},       {"/d/a.mem", 3},
+      {"/d/a.fos", 5},   {"/d/a.fcf", 6},     {"/d/a.BayMEM", 7},    {"/d/a.mep", 8},
+      {"/d/a.ffo", 10},  {"/d/a.hkl", 11},    {"a.MEM", 3},          {"a.Prf", 0},
+      {"a.baymem", 7},   {"a.mem2", 3},       {"a.xfcfx", 6},        {"a.memprf", 0},
+      {"a.omraalb", 2},  {"notes.txt", -1},   {"/d/data", -1},       {"a.", -1},
+      {"", -1},          {"/runs/v1.mem/data", 3}, {"/runs.mem/a.txt", -1},
+      {"a." + longExt + "fos", 5}, {"a.x" + longExt + "fos", -1},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(check_format(c.name.c_str()), c.type) << c.name;
+  EXPECT_EQ(check_format(nullptr), -1);
 }

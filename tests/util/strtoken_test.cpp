@@ -25,29 +25,6 @@ TEST(StrToken, LeadingAndTrailingDelimitersAndRestoredBuffer) {
     EXPECT_EQ(std::string(buf), before);
 }
 
-TEST(StrToken, BufferRestoredWhenScanStopsEarly) {
-    char buf[] = "1.0 2.0\t3.0";
-    {
-        StrToken tokens(buf, " \t");
-        EXPECT_STREQ(tokens.nextToken(), "1.0");
-        EXPECT_STREQ(tokens.nextToken(), "2.0");
-    }
-    EXPECT_STREQ(buf, "1.0 2.0\t3.0");
-}
-
-TEST(StrToken, PermanentKeepsTerminators) {
-    char buf[] = "a b c";
-    StrToken tokens(buf, " ");
-    tokens.permanent = true;
-    char* a = tokens.nextToken();
-    char* b = tokens.nextToken();
-    char* c = tokens.nextToken();
-    tokens.close();
-    EXPECT_STREQ(a, "a");
-    EXPECT_STREQ(b, "b");
-    EXPECT_STREQ(c, "c");
-}
-
 TEST(StrToken, NewTokenRestoresOldStringAndSwitchesDelimiters) {
     char first[] = "p;q;r";
     char second[] = "u v;w";

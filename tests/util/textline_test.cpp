@@ -4,16 +4,20 @@
 #include <string>
 #include <vector>
 
-#include "TempDir.h"
 #include "app/TextLine.h"
 
 namespace {
 
-// Reads every line of `bytes` with the fixed-size reader, as readers loop on it.
-std::vector<std::string> readLines(const std::string& bytes, int size) {
+FILE* fileWith(const std::string& bytes) {
     FILE* f = tmpfile();
     fwrite(bytes.data(), 1, bytes.size(), f);
     rewind(f);
+    return f;
+}
+
+// Reads every line of `bytes` with the fixed-size reader, as readers loop on it.
+std::vector<std::string> readLines(const std::string& bytes, int size) {
+    FILE* f = fileWith(bytes);
     std::vector<std::string> lines;
     std::vector<char> buf(static_cast<size_t>(size));
     while (get_line(buf.data(), size, f)) lines.push_back(buf.data());
@@ -22,24 +26,11 @@ std::vector<std::string> readLines(const std::string& bytes, int size) {
 }
 
 std::vector<std::string> readStrings(const std::string& bytes) {
-    FILE* f = tmpfile();
-    fwrite(bytes.data(), 1, bytes.size(), f);
-    rewind(f);
+    FILE* f = fileWith(bytes);
     std::vector<std::string> lines;
-    std::string s;
-    while (!feof(f)) {
-        get_line(s, f);
-        lines.push_back(s);
-    }
+    for (std::string s; !feof(f); lines.push_back(s)) get_line(s, f);
     fclose(f);
     return lines;
-}
-
-FILE* fileWith(const std::string& bytes) {
-    FILE* f = tmpfile();
-    fwrite(bytes.data(), 1, bytes.size(), f);
-    rewind(f);
-    return f;
 }
 
 const std::vector<std::string> kThree = {"first", "", "third"};
@@ -52,14 +43,11 @@ TEST(GetLine, AllThreeLineEndsGiveTheSameLines) {
     EXPECT_EQ(readLines("first\r\n\r\nthird\r\n", 120), kThree);
 }
 
-TEST(GetLine, LastLineWithoutLineEnd) {
+TEST(GetLine, LastLineWithoutLineEndAndLfCr) {
     EXPECT_EQ(readLines("first\n\nthird", 120), kThree);
     EXPECT_EQ(readLines("first\r\rthird", 120), kThree);
     EXPECT_EQ(readLines("", 120), std::vector<std::string>{});
-}
-
-TEST(GetLine, LfCrIsTwoLineEnds) {
-    EXPECT_EQ(readLines("a\n\rb\n", 120), (std::vector<std::string>{"a", "", "b"}));
+    EXPECT_EQ(readLines("a\n\rb\n", 120), (std::vector<std::string>{"a", "", "b"}));  // two line ends
 }
 
 TEST(GetLine, OverlongLineIsCutAndItsRestDropped) {
@@ -95,14 +83,6 @@ TEST(GetLineSkipBlank, SkipsCommentsAndBlankLines) {
     fclose(f);
 }
 
-TEST(GetLineSkipBlank, CommentCharacterInsideALineDoesNotCount) {
-    FILE* f = fileWith("1 # trailing remark");
-    char buf[120];
-    ASSERT_NE(getLineSkipBlank(buf, sizeof buf, f, "#"), nullptr);
-    EXPECT_STREQ(buf, "1 # trailing remark");
-    fclose(f);
-}
-
 TEST(SkipCommentLines, StopsAtFirstValueLine) {
     FILE* f = fileWith("#a\n\n   # b\n  \n  42 x\nrest\n");
     char buf[120];
@@ -113,53 +93,22 @@ TEST(SkipCommentLines, StopsAtFirstValueLine) {
     fclose(f);
 }
 
-TEST(Up2Lo, LowerCasesInPlace) {
-    char s[] = "P 21/C x,Y,-Z";
-    Up2Lo(s);
-    EXPECT_STREQ(s, "p 21/c x,y,-z");
-}
-
-TEST(ValueAndEsd, CrystallographicForms) {
-    float v = -1, e = -1;
-    getValueAndEsd("1.234(5)", v, e);
-    EXPECT_FLOAT_EQ(v, 1.234f);
-    EXPECT_FLOAT_EQ(e, 0.005f);
-    getValueAndEsd("  -0.05(12) 7", v, e);
-    EXPECT_FLOAT_EQ(v, -0.05f);
-    EXPECT_FLOAT_EQ(e, 0.12f);
-    getValueAndEsd("5.4307(1)", v, e);
-    EXPECT_FLOAT_EQ(v, 5.4307f);
-    EXPECT_FLOAT_EQ(e, 0.0001f);
-    getValueAndEsd("90", v, e);
-    EXPECT_FLOAT_EQ(v, 90.0f);
-    EXPECT_EQ(e, 0.0f);
-}
-
-TEST(ValueAndEsd, BracketWithoutDecimalPointIsNotScaled) {
+// Crystallographic value(esd) forms, fractions, and malformed text that keeps the value.
+TEST(ValueAndEsd, TableOfForms) {
+    const struct {
+        const char* text;
+        float value, esd;
+    } cases[] = {{"1.234(5)", 1.234f, 0.005f}, {"  -0.05(12) 7", -0.05f, 0.12f}, {"5.4307(1)", 5.4307f, 0.0001f},
+                 {"90", 90.0f, 0.0f},          {"120(3)", 120.0f, 3.0f},        // no decimal point: not scaled
+                 {"1/3", 1.0f / 3.0f, 0.0f},   {"-3/4", -0.75f, 0.0f},
+                 {"", 2.5f, 0.0f},             {"abc", 2.5f, 0.0f},             {"1/0", 2.5f, 0.0f}};
+    for (const auto& c : cases) {
+        float v = 2.5f, e = 9;
+        getValueAndEsd(c.text, v, e);
+        EXPECT_FLOAT_EQ(v, c.value) << c.text;
+        EXPECT_FLOAT_EQ(e, c.esd) << c.text;
+    }
     float v = 0, e = 0;
-    getValueAndEsd("120(3)", v, e);
-    EXPECT_FLOAT_EQ(v, 120.0f);
-    EXPECT_FLOAT_EQ(e, 3.0f);
-}
-
-TEST(ValueAndEsd, FractionHasNoEsd) {
-    float v = 0, e = 9;
-    getValueAndEsd("1/3", v, e);
-    EXPECT_FLOAT_EQ(v, 1.0f / 3.0f);
-    EXPECT_EQ(e, 0.0f);
-    getValueAndEsd("-3/4", v, e);
-    EXPECT_FLOAT_EQ(v, -0.75f);
-}
-
-TEST(ValueAndEsd, MalformedTextKeepsValue) {
-    float v = 2.5f, e = 9;
-    getValueAndEsd("", v, e);
-    EXPECT_FLOAT_EQ(v, 2.5f);
-    EXPECT_EQ(e, 0.0f);
-    getValueAndEsd("abc", v, e);
-    EXPECT_FLOAT_EQ(v, 2.5f);
-    getValueAndEsd("1/0", v, e);  // a zero denominator is ignored
-    EXPECT_FLOAT_EQ(v, 2.5f);
     const std::string huge(500, '7');
     getValueAndEsd(huge.c_str(), v, e);  // longer than the word buffer: no overrun
     EXPECT_GT(v, 1e30f);
