@@ -9,7 +9,10 @@
 // sibling of the target in the same directory (so that the final rename stays
 // on one file system and is atomic), and Commit() flushes, syncs and renames it.
 // A file that is destroyed without a successful Commit() removes its temporary
-// and leaves the target as it was.
+// and leaves the target as it was. Whether the target can be written at all is
+// decided as by fopen: a write-protected target fails, and a target that is
+// not a plain file (a link, a device, a pipe) or that has no temporary beside
+// it (a directory closed to new names) is written in place.
 class AtomicFile {
 public:
     // mode is a stdio write mode, "w" or "wb".

@@ -8,10 +8,12 @@
 
 namespace {
 
-// Residuals beyond a thousand sigma only come from broken uncertainties (a
+// Residuals beyond 1e5 sigma only come from broken uncertainties (a
 // hand-edited sigma of 1e-12, say). They are counted in the outermost bins so
-// that one such line cannot ask for millions of bins.
-constexpr float kEpsLimit = 1000.0f;
+// that one such line cannot ask for billions of bins. The limit lies far above
+// what real data give: a precise data set at cycle 0, or after a few cycles,
+// easily has residuals of some thousand sigma, and those keep their own bins.
+constexpr float kEpsLimit = 1.0e5f;
 
 float Clamped(float e) { return std::min(std::max(e, -kEpsLimit), kEpsLimit); }
 

@@ -31,7 +31,7 @@ std::vector<float> IndividualResiduals(const MEMData& d) {
 
 void MEMData::PostCalculation() {
     // The report written below shows the time up to here.
-    progressFn(progressArg, timeMEM);
+    if (progressFn) progressFn(progressArg, timeMEM);
 
     // ZSPA alone leaves the entropies to the end; the other optimisers keep them current.
     if (param.algorithm == 0) {
