@@ -87,9 +87,9 @@ double Constraint::CalcDerivative(int /*mode*/, ObjVector<StructureFactor>& refl
                 u += std::pow(r * r, k) / D * W * wN[p];
                 derivA[p] = std::pow(r * r, k - 1) * n * std::sqrt(wF[p]) / D * W * wN[p] * M /
                             (-groupMult[g]) * r;
-                // The mean real part does not depend on B. Written all the same, so
-                // that the unobserved reflections' term cannot survive here.
-                derivB[p] = 0.0;
+                // The mean real part does not depend on B: derivB keeps what it
+                // holds, zero from Create, or the order-2 term of an unobserved
+                // reflection at the same position.
             } else {
                 u += W * wN[p] * (std::pow(r * r, k) / D);
                 const double e = wN[p] * M * (std::pow(r, n - 1) * std::sqrt(wF[p]) * n / D) /

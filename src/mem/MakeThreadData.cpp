@@ -37,10 +37,12 @@ int LatticePoints(const char* spgName, int setting) {
 // Direct sums cost one table entry per voxel and reflection (two without a
 // centre of symmetry); a transform costs about N ln N. The tables are chosen
 // only while they are the cheaper, which also keeps their memory bounded.
-// Generated unobserved reflections are columns of the tables too, so they are
-// counted: a few observed reflections with many generated ones go by FFT.
-bool TransformIsCheaper(int nAsym, int nColumns, int centroFactor, int nVoxelCell) {
-    const double direct = static_cast<double>(nAsym) * nColumns * (3 - centroFactor);
+// The rule counts the F, G and E reflections only: the choice, and the line
+// that announces it, depend on the data set's own reflections. Generated
+// unobserved reflections still get table columns of their own on the direct
+// path, so that either path serves every reflection of the list.
+bool TransformIsCheaper(int nAsym, int nCounted, int centroFactor, int nVoxelCell) {
+    const double direct = static_cast<double>(nAsym) * nCounted * (3 - centroFactor);
     const double N = nVoxelCell;
     return direct > N / std::log(N) * 100.0;
 }
@@ -166,7 +168,7 @@ void MEMData3D::MakeThreadData() {
         if (param.entropyOrder > 1) {
             useFFT = true;
         } else {
-            useFFT = TransformIsCheaper(NASYM, nRefl, centroFactor, nVoxelCell);
+            useFFT = TransformIsCheaper(NASYM, nRefF + nRefG + nRefE, centroFactor, nVoxelCell);
             IO::Printf(useFFT ? "\nUse FFT routine.\n" : "\nUse DFT routine.\n");
         }
         if (useFFT)

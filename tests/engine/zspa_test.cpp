@@ -45,8 +45,28 @@ TEST(ZSPA, ReachesTheConstraintWithPositiveNormalisedDensity) {
     EXPECT_LT(d.cycle, d.param.maxCycles);
     EXPECT_LT(d.RF, d.RF0 / 3.0);
     EXPECT_EQ(d.finalLambda, d.param.lambda);
-    // The last accepted cycle prints its three lines.
+    // The last accepted cycle prints its three lines, and before it only the
+    // multiples of 10 do, in their own formats.
     EXPECT_NE(out.text().find(" CYCLE " + std::to_string(d.cycle) + ": Lambda="), std::string::npos);
+    const std::vector<std::string> lines = Lines(out.text());
+    int printed = 0;
+    for (std::size_t i = 0; i + 3 < lines.size(); ++i) {
+        int n = 0;
+        double lambda = 0.0;
+        if (sscanf(lines[i].c_str(), " CYCLE %d: Lambda=%lf", &n, &lambda) != 2) continue;
+        ++printed;
+        EXPECT_TRUE(n % 10 == 0 || n == d.cycle) << lines[i];
+        double c = 0, f = 0, g = 0, delta = 0, rf = 0, wrf = 0;
+        ASSERT_EQ(sscanf(lines[i + 1].c_str(), " CONSTR = %lf CONF = %lf CONG = %lf", &c, &f, &g), 3);
+        ASSERT_EQ(sscanf(lines[i + 2].c_str(), " DELTA = %lf RF = %lf wRF = %lf", &delta, &rf, &wrf), 3);
+        char again[3][200];
+        std::snprintf(again[0], sizeof again[0], " CYCLE %d: Lambda=%E", n, lambda);
+        std::snprintf(again[1], sizeof again[1], " CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E", c, f, g);
+        std::snprintf(again[2], sizeof again[2], "  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f", delta, rf, wrf);
+        for (int k = 0; k < 3; ++k) EXPECT_EQ(lines[i + k], again[k]);
+        EXPECT_EQ(lines[i + 3], "");
+    }
+    EXPECT_EQ(printed, d.cycle / 10 + (d.cycle % 10 != 0));
     for (bool old : {false, true}) {
         EXPECT_TRUE(AllPositive(d, old));
         EXPECT_NEAR(Total(d, 1, old), 12.0, 1e-9);
