@@ -10,6 +10,9 @@ namespace {
 // A CR followed by LF is one line end. The look-ahead character is put back with
 // ungetc rather than by file positioning, so that pipes such as standard input
 // behave like files. `sawAny` tells whether anything, even a line end, was read.
+// A look-ahead that meets the end of the file is undone as well: the line ended
+// at its CR, and only the next read finds the end (and gives an empty line), the
+// same as after a line that ends with LF.
 int nextLineChar(FILE* f, bool& sawAny) {
     const int c = fgetc(f);
     if (c == EOF) return EOF;
@@ -17,7 +20,11 @@ int nextLineChar(FILE* f, bool& sawAny) {
     if (c == '\n') return EOF;
     if (c == '\r') {
         const int next = fgetc(f);
-        if (next != '\n' && next != EOF) ungetc(next, f);
+        if (next == EOF) {
+            if (!ferror(f)) clearerr(f);
+        } else if (next != '\n') {
+            ungetc(next, f);
+        }
         return EOF;
     }
     return c;

@@ -108,7 +108,7 @@ MEMParam::MEMParam()
       weightPowerD(0.0),
       weightPowerM(0.0),
       lambdaFraction{1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0},
-      initialLambda(0.001),
+      initialLambda(0.0),
       gridResolution(0.1),
       convergenceLimit(0.0002),
       coefT(0.05f),
@@ -149,7 +149,10 @@ bool MEMParam::ReadConditions(const std::string& conditionFile) {
     char line[120];
     int count = kLineKeyword - 1;
     while (!feof(f)) {
-        if (SkipCommentLines(f, line) == '#') break;  // the file ended in comments
+        // A file that ends in comments still gives a value line: the one read
+        // last, empty after a line end. It scans as nothing, except as the data
+        // file line, which then names the directory and fails to classify.
+        SkipCommentLines(f, line);
         ++count;
         switch (count) {
         case kLineDataFile: {

@@ -10,6 +10,7 @@
 // counts then follow what was actually read, so that later stages never
 // address a reflection that is not there.
 #include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -44,10 +45,12 @@ bool usableGrid(const int* n) {
   return n[0] >= 1 && n[1] >= 1 && n[2] >= 1 && (double)n[0] * n[1] * n[2] <= INT_MAX;
 }
 
-// The counts were taken from these lists, so each fills its array exactly.
+// The counts were taken from these lists, so each holds at least the values
+// of its array; only the list of group magnitudes can hold more, when a group
+// has more than one, and then the first ones are taken.
 void copyValues(const std::vector<double>& src, double* dst, std::size_t n) {
-  HV_ASSERT(src.size() == n);
-  std::copy(src.begin(), src.end(), dst);
+  HV_ASSERT(src.size() >= n);
+  std::copy(src.begin(), src.begin() + n, dst);
 }
 
 // One pass over a .mem file into the analysis. The values of the reflections
@@ -62,7 +65,16 @@ public:
 
 private:
   void fetchLine();
-  bool exhausted() const { return std::feof(f_) && line_[0] == '\0'; }
+  // At the end of the file every further fetch gives the same line again; a
+  // block stops early when that line can yield nothing (blank or a comment).
+  bool exhausted() const {
+    if (!std::feof(f_))
+      return false;
+    const char* p = line_;
+    while (std::isspace((unsigned char)*p))
+      ++p;
+    return *p == '\0' || *p == '#';
+  }
 
   void readTitle();
   void readCell();
@@ -84,13 +96,13 @@ private:
 };
 
 // Fetches the next logical line. A fetch that runs into the end of the file
-// leaves an empty line; once the end has been seen, the line stays as it
-// was, so a last line without a line end is seen again by every later fetch.
+// leaves what it read last, an empty line after a line end; once the end has
+// been seen, the line stays as it was, so a last line without a line end is
+// seen again by every later fetch.
 void MemFileReader::fetchLine() {
   if (std::feof(f_))
     return;
-  if (SkipCommentLines(f_, line_) == '#')
-    line_[0] = '\0';
+  SkipCommentLines(f_, line_);
 }
 
 // The logical lines in file order; reading stops at the end of the file, and
@@ -169,8 +181,11 @@ void MemFileReader::readGroups() {
 }
 
 // A count line, then the members: h k l, and on the first member G and sigma.
-// Only members that were read count, a group without members is dropped, and
-// the group's magnitude is that of its first member line with all five fields.
+// Every member line with all five fields adds a magnitude to the list from
+// which the groups take theirs in order, so a group should have exactly one.
+// Only members that were read count, and a group without members is dropped;
+// a group without any magnitude gets 0 with weight 0, so that it constrains
+// nothing and the groups after it keep theirs.
 void MemFileReader::readGroup() {
   fetchLine();
   int declared;
@@ -179,7 +194,7 @@ void MemFileReader::readGroup() {
   const double coefE = mem_.param.coefE;
   int members = 0;
   bool haveG = false;
-  double G = 0.0, sigma = 0.0, groupG = 0.0, groupWeight = 0.0;
+  double G = 0.0, sigma = 0.0;
   for (int m = 0; m < declared && !exhausted(); ++m) {
     fetchLine();
     double h, k, l;
@@ -192,10 +207,10 @@ void MemFileReader::readGroup() {
     mem_.groupMult.push_back(0);
     weightF_.push_back(coefE / (sigmaG_ * sigmaG_));
     refWeight_.push_back(1.0);
-    if (fields == 5 && !haveG) {
+    if (fields == 5) {
       haveG = true;
-      groupG = G;
-      groupWeight = coefE / (sigma * sigma);
+      Gobs_.push_back(G);
+      weightG_.push_back(coefE / (sigma * sigma));
     }
     ++members;
   }
@@ -203,8 +218,10 @@ void MemFileReader::readGroup() {
     return;
   mem_.groupSize.push_back(members);
   mem_.nRefG += members;
-  Gobs_.push_back(groupG);
-  weightG_.push_back(groupWeight);
+  if (!haveG) {
+    Gobs_.push_back(0.0);
+    weightG_.push_back(0.0);
+  }
 }
 
 // h k l of reflections that are calculated for the report only.

@@ -59,6 +59,14 @@ expect_tail "condition file naming unknown type" \
 $work/cond.prf
 Press Enter key to exit." cond.prf extra.mem
 
+# A condition file that ends after its keyword line: the empty line at the
+# end stands as the data file name, which has no type.
+printf '$PREFERENCES\n# no data file named\n' > empty.prf
+expect_tail "condition file without data file" \
+"Failed to read condition file:
+$work/empty.prf
+Press Enter key to exit." empty.prf
+
 # The extension is lower-cased (the dialogue runs, then the missing file fails
 # to read), and .hkl passes the dialogue but has no reader.
 touch data.hkl

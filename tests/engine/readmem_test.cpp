@@ -167,6 +167,30 @@ TEST_F(BrokenFile, ShortFieldsZeroSigmaAndNegativeWeight) {
   EXPECT_EQ(mem->refFobsRe.size(), 1u);
 }
 
+// The magnitudes of the groups are taken in file order from the member lines
+// with five fields: a second such line in one group shifts those after it.
+TEST_F(BrokenFile, GroupMagnitudesAreTakenInFileOrder) {
+  auto mem = read(std::string(kHeader) +
+                  "0\n2\n"
+                  "2\n1 0 0 7 0.5\n0 1 0 8 0.25\n"
+                  "1\n0 0 1 9 1\n"
+                  "0\n");
+  ASSERT_EQ(mem->nGroups, 2);
+  EXPECT_EQ(mem->Gobs[0], 7.0);
+  EXPECT_EQ(mem->Gobs[1], 8.0);
+  EXPECT_DOUBLE_EQ(mem->weightG[1], 16.0);
+  EXPECT_DOUBLE_EQ(mem->weightF[1], 16.0);  // each member takes the latest sigma
+}
+
+// A file that ends in a comment without a line end leaves that comment in the
+// line buffer, as the title here.
+TEST_F(BrokenFile, CommentWithoutLineEndAtTheEndStaysInTheBuffer) {
+  auto mem = read("# only a comment");
+  EXPECT_STREQ(mem->title, "# only a comment");
+  mem = read("# only a comment\n");
+  EXPECT_STREQ(mem->title, "");
+}
+
 TEST_F(BrokenFile, HugeCountsAndNonsenseNumbersStayInRange) {
   auto mem = read(std::string(kHeader) + "2000000000\n1 0 0 1 0 1\n");
   EXPECT_EQ(mem->nRefF, 1);

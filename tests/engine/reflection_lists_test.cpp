@@ -181,6 +181,21 @@ TEST_F(GeneratedList, EquivalentsOutsideTheBoxAreDropped) {
   EXPECT_EQ(out[0]->hkl.nItems(), 4u);
 }
 
+// Generated in the order (1 1 0), (1 0 0), (1 -1 0), (0 1 0), (0 -1 0); the
+// merge sort takes the right-hand record first on equal 1/d, which puts the
+// three records of 1/d = 1 and the two of sqrt 2 in this order, worked out
+// by hand (a stable sort would give 1 0 0, 0 1 0, 0 -1 0, 1 1 0, 1 -1 0).
+TEST_F(GeneratedList, EqualSpacingsComeOutRightHalfFirst) {
+  ops.add(op(kIdentity));
+  const int hmax[3] = {1, 1, 0};
+  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
+  const std::vector<std::vector<int>> expected = {
+      {0, -1, 0}, {0, 1, 0}, {1, 0, 0}, {1, 1, 0}, {1, -1, 0}};
+  ASSERT_EQ(out.size(), (int)expected.size());
+  for (int i = 0; i < out.size(); ++i)
+    EXPECT_EQ(item(*out[i], 0), expected[i]) << i;
+}
+
 TEST_F(GeneratedList, RemoveDuplicateTakesOutWhatTheReferenceHolds) {
   ops.add(op(kIdentity));
   ops.add(op(kInversion));

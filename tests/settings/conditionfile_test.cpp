@@ -172,11 +172,19 @@ TEST(ConditionFile, FailuresAreResultsNotCrashes) {
     EXPECT_FALSE(p.ReadConditions(tmp.write("u.prf", "$PREFERENCES\nnotes.txt\n0\n0\n")));
     EXPECT_EQ(p.fileType, -1);
 
-    // Files that end early, are empty, or hold only comments.
-    for (const char* text : {"", "\n\n", "# only\n# comments", "$PREFERENCES", "$P\n\n#\n   \n"}) {
+    // Files that end early, are empty, or hold only comments: the end of the
+    // file is reached on the keyword line.
+    for (const char* text : {"", "\n\n", "# only\n# comments", "$PREFERENCES"}) {
         MEMParam q;
         EXPECT_TRUE(q.ReadConditions(tmp.write("e.prf", text))) << text;
         EXPECT_EQ(q.maxCycles, 1000);
+    }
+    // Past the keyword line, the empty line at the end stands as the data file
+    // name, which names the directory of the condition file and has no type.
+    for (const char* text : {"$P\n\n#\n   \n", "$P\n", "$P\r"}) {
+        MEMParam q;
+        EXPECT_FALSE(q.ReadConditions(tmp.write("e.prf", text))) << text;
+        EXPECT_EQ(q.fileType, -1) << text;
     }
 
     // Overlong and binary lines are cut, never overrun.

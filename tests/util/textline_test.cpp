@@ -93,6 +93,25 @@ TEST(SkipCommentLines, StopsAtFirstValueLine) {
     fclose(f);
 }
 
+// Whatever the line end, the fetch after the last line runs into the end of the
+// file and leaves an empty buffer; only a last line without a line end stays.
+TEST(SkipCommentLines, FetchAfterTheLastLineIsEmptyForEveryLineEnd) {
+    const struct {
+        const char* bytes;
+        const char* afterLast;
+    } cases[] = {{"1\n2\n", ""}, {"1\r2\r", ""}, {"1\r\n2\r\n", ""}, {"1\n2", "2"}, {"1\r2", "2"}};
+    for (const auto& c : cases) {
+        FILE* f = fileWith(c.bytes);
+        char buf[120];
+        SkipCommentLines(f, buf);
+        SkipCommentLines(f, buf);
+        EXPECT_STREQ(buf, "2") << c.bytes;
+        if (!feof(f)) SkipCommentLines(f, buf);
+        EXPECT_STREQ(buf, c.afterLast) << c.bytes;
+        fclose(f);
+    }
+}
+
 // Crystallographic value(esd) forms, fractions, and malformed text that keeps the value.
 TEST(ValueAndEsd, TableOfForms) {
     const struct {
