@@ -162,3 +162,36 @@ TEST(LookupByOperators, EveryTabulatedListIsRecognised) {
       EXPECT_EQ(0, uc.centering.size());
     }
 }
+
+// Symbols are compared as they stand, a setting other than 1 narrows the
+// search to that setting, and a failed lookup leaves the state readable.
+TEST(LookupBySymbol, ExactTextAndTheSettingPassed) {
+  ASSERT_TRUE(LoadedTable().ok);
+  UnitCell cubic = cellOf(8, 8, 8, 90, 90, 90);
+  EXPECT_EQ(0, cubic.setSpgNameStandard("P  2 3")) << "one blank too many";
+  EXPECT_STREQ("P  2 3", cubic.spgName);
+  EXPECT_EQ(1, cubic.spgNumber);
+  EXPECT_EQ(1, cubic.crystalSystem);
+
+  UnitCell b = cellOf(5, 6, 7, 90, 101, 90);
+  EXPECT_EQ(0, b.setStandardName("P 21/c", 3)) << "setting 3 of group 14 bears another symbol";
+  EXPECT_EQ(3, b.spgSetting);
+  EXPECT_EQ(14, b.setStandardName("P 21/a", 3));
+  EXPECT_EQ(3, b.spgSetting);
+
+  // An unknown symbol in a cell that stands on a group of two origins is
+  // looked up once more with the next setting number.
+  UnitCell fd = cellOf(8, 8, 8, 90, 90, 90);
+  EXPECT_EQ(227, fd.setSpgNameStandard("F d -3 m"));
+  EXPECT_EQ(0, fd.setSpgNameStandard("F d -3 x"));
+  EXPECT_EQ(227, fd.spgNumber);
+  EXPECT_EQ(2, fd.spgSetting);
+
+  // Trailing blanks and a lower-case h of hexagonal axes are dropped; equal
+  // axes ask for the rhombohedral setting whatever the suffix said.
+  UnitCell rhombohedral = cellOf(6, 6, 6, 75, 75, 75);
+  EXPECT_EQ(160, rhombohedral.setSpgNameStandard("R 3 m h  "));
+  EXPECT_STREQ("R 3 m", rhombohedral.spgName);
+  EXPECT_EQ(2, rhombohedral.spgSetting);
+  EXPECT_EQ(8, rhombohedral.crystalSystem);
+}
