@@ -105,8 +105,20 @@ bool Init(const char* argv0) {
         }
     }
     toAbsolutePath(progvar, "");
+    // Installed as a link in a directory on PATH, the program still keeps its
+    // data files beside the real executable.
+    if (char* real = realpath(progvar.c_str(), nullptr)) {
+        progvar = real;
+        free(real);
+    }
     getDir(progvar, true);
     return true;
+}
+
+FILE* OpenInput(const std::string& path, const char* mode) {
+    struct stat st;
+    if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return nullptr;
+    return fopen(path.c_str(), mode);
 }
 
 void getDir(std::string& path, bool trailingSlash) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstdio>
 #include <string>
 
 // Absolute directory of the executable, with a trailing '/'; the data files are found here.
@@ -45,6 +46,11 @@ void getDir(std::string& path, bool trailingSlash);
 // pasted with quotes works. The text ends at the first newline or quote.
 // `dst` must hold strlen(src) + 1 characters; it may be `src` itself.
 void omitQuotation(const char* src, char* dst);
+
+// Opens an input file for reading, as fopen does, but refuses a directory:
+// fopen would accept it, and every read would then fail without reaching the
+// end of the file. Pipes and devices open as usual (a FIFO waits for its writer).
+FILE* OpenInput(const std::string& path, const char* mode = "r");
 
 // printf into a string of any length; returns the length.
 int Sprintf(std::string& out, const char* fmt, ...) __attribute__((format(printf, 2, 3)));

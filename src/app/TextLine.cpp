@@ -59,7 +59,7 @@ size_t get_line(std::string& s, FILE* f) { return get_line_mb(s, f); }
 char* getLineSkipBlank(char* buf, int size, FILE* f, const char* commentChars) {
     if (size < 1) return nullptr;
     buf[0] = '\0';
-    while (!feof(f)) {
+    while (!feof(f) && !ferror(f)) {
         if (!get_line(buf, size, f)) break;
         const char* p = buf;
         while (isspace(static_cast<unsigned char>(*p))) ++p;
@@ -72,7 +72,8 @@ char* getLineSkipBlank(char* buf, int size, FILE* f, const char* commentChars) {
 
 int SkipCommentLines(FILE* f, char* buf) {
     char mark[2] = "#";
-    while (mark[0] == '#' && !feof(f)) {
+    // A read error (a device that fails, say) ends the scan as the end of the file does.
+    while (mark[0] == '#' && !feof(f) && !ferror(f)) {
         get_line(buf, 120, f);
         // A blank line fails the scan and leaves the mark, so it counts as a comment.
         if (!isBlankLine(buf)) sscanf(buf, "%1s", mark);

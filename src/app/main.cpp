@@ -73,6 +73,8 @@ void obtainSettings(MEMData3D& mem, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Progress appears line by line also when the output goes to a file or a pipe.
+    setvbuf(stdout, nullptr, _IOLBF, 0);
     flushDenormals();
     setlocale(LC_ALL, "");
     // Data files are written with a decimal point whatever the user's locale.

@@ -2,9 +2,11 @@
 
 #include <cstring>
 
+#include "app/IO.h"
+
 FILE* OpenDataFile(const std::string& dir, const char* name) {
   const std::string path = dir + name;
-  return std::fopen(path.c_str(), "r");
+  return IO::OpenInput(path);
 }
 
 bool ScanRecordHeader(const char* line, RecordHeader& header) {

@@ -3,6 +3,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 
@@ -16,6 +17,15 @@ namespace {
 constexpr int kAlgorithmZSPA = 0;
 
 }  // namespace
+
+// The rounding error of a structure factor summed over the cell: sums of
+// nVoxelCell terms whose sizes add up to the totals grow their error about
+// as the square root of the count. A generous factor keeps every path and
+// thread count on the same side of the threshold.
+double MEMData::RoundingLevel() const {
+    const double total = std::fabs(targetMoment[0]) + std::fabs(targetMoment[1]);
+    return 64.0 * DBL_EPSILON * std::sqrt(static_cast<double>(nVoxelCell)) * total;
+}
 
 void MEMData::Calc_Constraint(int cycle) {
     const double dPlus = targetMoment[0] - calcMoment[0];
@@ -39,6 +49,7 @@ void MEMData::Calc_Constraint(int cycle) {
     }
 
     double sum2 = 0.0, sumAbs2 = 0.0;
+    const double zeroG = RoundingLevel();
     const int end = nRefF + nRefG;
     int first = nRefF;
     for (int g = 0; g < nGroups && first < end; ++g) {
@@ -56,6 +67,11 @@ void MEMData::Calc_Constraint(int cycle) {
         // With unobserved reflections estimated, a group is compared by its
         // mean real part, which keeps the sign; otherwise by its magnitude.
         Gcalc[g] = param.estimateUnobserved ? linear / mult : std::sqrt(squares / mult);
+        // A magnitude at rounding level is the zero it stands for (all members
+        // of a group vanish at the flat start, say): the derivative divides by
+        // it, and noise would otherwise set the direction of a full-size step.
+        if (!param.estimateUnobserved && Gcalc[g] <= zeroG)
+            Gcalc[g] = 0.0;
         const double d = Gobs[g] - Gcalc[g];
         sum2 += d * d * weightG[g];
         sumAbs2 += std::fabs(d);

@@ -111,7 +111,7 @@ enum class GridOpen { Ok, Missing, Mismatch };
 // lattice constants and moves to the first voxel. The file's cell replaces the
 // data file's, while the voxel volume stays that of the data file.
 GridOpen OpenGridFile(MEMData3D& d, const std::string& path, PgridHeader& h, FILE*& f) {
-    f = fopen(path.c_str(), "rb");
+    f = IO::OpenInput(path, "rb");
     if (!f) return GridOpen::Missing;
     ReadPgridHeader(f, h);
     if (!MatchesRun(h, d)) {

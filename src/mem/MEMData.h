@@ -71,6 +71,8 @@ public:
   // Evaluation of the present density.
   void CalcFcalc(int withE);
   void Calc_Constraint(int cycle);
+  // Size below which a calculated structure factor is rounding noise.
+  double RoundingLevel() const;
   void Calc_dSdR(VectorXDMP& g);
   void Calc_dCdR(VectorXDMP& g);
 

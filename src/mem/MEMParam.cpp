@@ -140,7 +140,7 @@ bool MEMParam::ReadConditions(const std::string& conditionFile) {
     // A copy, because the caller may pass dataFile itself, which is overwritten below.
     const std::string path = conditionFile;
     resetWeighting();
-    FILE* f = fopen(path.c_str(), "r");
+    FILE* f = IO::OpenInput(path);
     if (!f) {
         IO::Printf("Input file could not be opened.\n%s\n", path.c_str());
         return false;
@@ -148,7 +148,7 @@ bool MEMParam::ReadConditions(const std::string& conditionFile) {
 
     char line[120];
     int count = kLineKeyword - 1;
-    while (!feof(f)) {
+    while (!feof(f) && !ferror(f)) {
         // A file that ends in comments still gives a value line: the one read
         // last, empty after a line end. It scans as nothing, except as the data
         // file line, which then names the directory and fails to classify.

@@ -16,7 +16,7 @@ bool MEMData::ReadAlb(const std::string& path) {
     // An Alb run always fills in the reflections that the data lack.
     param.estimateUnobserved = 1;
 
-    FILE* f = fopen(path.c_str(), "r");
+    FILE* f = IO::OpenInput(path);
     if (!f) {
         IO::Printf("Input file could not be opened.\n%s\n", path.c_str());
         return false;

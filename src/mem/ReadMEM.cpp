@@ -45,6 +45,10 @@ bool usableGrid(const int* n) {
   return n[0] >= 1 && n[1] >= 1 && n[2] >= 1 && (double)n[0] * n[1] * n[2] <= INT_MAX;
 }
 
+double voxelVolumeOf(const UnitCell& uc, const int* n) {
+  return uc.orthoMatrix.Determinant() / ((double)n[0] * n[1] * n[2]);
+}
+
 // The counts were taken from these lists, so each holds at least the values
 // of its array; only the list of group magnitudes can hold more, when a group
 // has more than one, and then the first ones are taken.
@@ -65,10 +69,12 @@ public:
 
 private:
   void fetchLine();
+  // The end of the file, or a read error, which ends it as well.
+  bool atEnd() const { return std::feof(f_) || std::ferror(f_); }
   // At the end of the file every further fetch gives the same line again; a
   // block stops early when that line can yield nothing (blank or a comment).
   bool exhausted() const {
-    if (!std::feof(f_))
+    if (!atEnd())
       return false;
     const char* p = line_;
     while (std::isspace((unsigned char)*p))
@@ -100,7 +106,7 @@ private:
 // been seen, the line stays as it was, so a last line without a line end is
 // seen again by every later fetch.
 void MemFileReader::fetchLine() {
-  if (std::feof(f_))
+  if (atEnd())
     return;
   SkipCommentLines(f_, line_);
 }
@@ -118,7 +124,7 @@ void MemFileReader::readAll() {
     fetchLine();
     if (read)
       (this->*read)();
-    if (std::feof(f_))
+    if (atEnd())
       return;
   }
 }
@@ -140,8 +146,8 @@ void MemFileReader::readSymmetryAndGrid() {
   std::sscanf(line_, "%d%d%d%d%d", &number, &setting, &n[0], &n[1], &n[2]);
   uc.setSpgNumber(number, setting);
   uc.createSymmetryOP();
-  // Infinite for a grid left to be chosen later; it is not computed again.
-  mem_.voxelVolume = uc.orthoMatrix.Determinant() / ((double)n[0] * n[1] * n[2]);
+  // Recomputed when the grid is left to be chosen from the resolution.
+  mem_.voxelVolume = voxelVolumeOf(uc, n);
 }
 
 // F(000) and lambda; data with a negative scattering density give the sum of
@@ -250,13 +256,16 @@ bool MemFileReader::storeValues() {
   // Any grid number below 1 is replaced, not only a product below 1: two
   // negative numbers give a positive product, and the grid must still have
   // voxels along every axis. So is a grid too large to index, a typing error
-  // such as 100000 on each axis. voxelVolume stays as computed from the line.
+  // such as 100000 on each axis. The voxel volume then follows the grid
+  // actually chosen, so that the density file holds densities, not zeros.
   int* n = mem_.gridSize;
-  if (!usableGrid(n))
+  if (!usableGrid(n)) {
     mem_.unitCell.CalcGridNo(n, (float)param.gridResolution);
-  if (!usableGrid(n)) {  // an absurd cell: even the chosen grid is too large
-    IO::PrintError("The grid of %d x %d x %d voxels is too large.\n", n[0], n[1], n[2]);
-    return false;
+    if (!usableGrid(n)) {  // an absurd cell: even the chosen grid is too large
+      IO::PrintError("The grid of %d x %d x %d voxels is too large.\n", n[0], n[1], n[2]);
+      return false;
+    }
+    mem_.voxelVolume = voxelVolumeOf(mem_.unitCell, n);
   }
 
   mem_.AllocateMemory();
@@ -276,7 +285,7 @@ bool MemFileReader::storeValues() {
 
 bool MEMData3D::ReadMEM(const std::string& path) {
   nGroups = 0;
-  FILE* f = std::fopen(path.c_str(), "r");
+  FILE* f = IO::OpenInput(path);
   if (!f) {
     IO::Printf("Input file could not be opened.\n%s\n", path.c_str());
     IO::PrintError("Press Enter key to exit.\n");

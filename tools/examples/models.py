@@ -116,4 +116,29 @@ RUTILE_NEUTRON = Example(
     overlap_tolerance=1.0e-4,
 )
 
-ALL_EXAMPLES = (RUTILE, ZNO, RUTILE_NEUTRON)
+# Rock salt, X-ray powder data: in a cubic cell reflections of equal h^2+k^2+l^2,
+# such as 3 3 3 and 5 1 1, coincide and are given as overlap groups.  Few
+# reflections on a fine grid make the direct sums cheaper than a transform.
+# Cell of the powder-diffraction standard (Swanson & Fuyat 1953, a = 5.6402 A);
+# the displacement parameters are typical room-temperature values (B(Na) 1.7,
+# B(Cl) 1.3 A^2).
+NACL = Example(
+    name="nacl",
+    title="Rock salt NaCl, X-ray powder, room temperature, IAM model data with noise",
+    radiation="xray",
+    cell=(5.6402, 5.6402, 5.6402, 90.0, 90.0, 90.0),
+    space_group="F m -3 m",
+    setting=1,
+    atoms=(
+        Atom("Na1", "Na", (0.0, 0.0, 0.0), (0.0215, 0.0215, 0.0215, 0.0, 0.0, 0.0)),
+        Atom("Cl1", "Cl", (0.5, 0.5, 0.5), (0.0165, 0.0165, 0.0165, 0.0, 0.0, 0.0)),
+    ),
+    d_min=0.50,
+    noise=NoiseModel(floor=0.05, relative=0.01, seed=1950),
+    grid_step=0.1,
+    lambda0=0.01,
+    max_cycles=5000,
+    overlap_tolerance=1.0e-4,
+)
+
+ALL_EXAMPLES = (RUTILE, ZNO, RUTILE_NEUTRON, NACL)
