@@ -1,0 +1,8 @@
+// Fuzz target: .mem data sets, read once as X-ray and once as two-channel neutron data.
+#include "data_set.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzDataSet(data, size, 3, ".mem");
+    FuzzDataSet(data, size, 4, ".mem");
+    return 0;
+}
