@@ -82,12 +82,12 @@ def _reflection_tags(style: FcfStyle) -> List[str]:
 
 def _row_text(row: FcfRow, style: FcfStyle) -> str:
     h, k, l = row.hkl
-    first = f"{h:4d}{k:4d}{l:4d} {number(row.measured, 4):>12} {number(row.sigma, 4):>10}"
+    first = f"{h:4d}{k:4d}{l:4d} {number(row.measured, 5):>12} {number(row.sigma, 5):>10}"
     if style.phase:
         magnitude = abs(row.f_model)
         angle = math.degrees(math.atan2(row.f_model.imag, row.f_model.real)) if magnitude > 0 else 0.0
-        return f"{first} {number(magnitude, 4):>11} {number(angle, 3):>9}"
-    return f"{first} {number(row.f_model.real, 4):>11} {number(row.f_model.imag, 4):>11}"
+        return f"{first} {number(magnitude, 5):>11} {number(angle, 4):>9}"
+    return f"{first} {number(row.f_model.real, 5):>11} {number(row.f_model.imag, 5):>11}"
 
 
 def fcf_text(example: Example, style: FcfStyle, f000: float, operators: Sequence[str],
