@@ -90,7 +90,8 @@ def _shifted_rows(structure, data: ModelData) -> Tuple[object, List[FcfRow]]:
     return shifted, rows
 
 
-def write_fcf_sets(directory: str) -> List[str]:
+def write_fcf_sets(directory: str, example_directory: str) -> List[str]:
+    """The test files into directory; the zirconia set, ready to run, also into example_directory."""
     os.makedirs(directory, exist_ok=True)
     written = []
 
@@ -139,5 +140,10 @@ def write_fcf_sets(directory: str) -> List[str]:
                                  cell_su=("4.5937(2)", "4.5937(2)", "2.9587(1)", "90", "90", "90")),
         _rows_f2(rutile, 0.5, 1.0, 1971, friedel=False), "P 42/m n m", 1, f000)
 
-    write("fcf.prf", prf_text(ZRO2, False, data_file="zro2.fcf", lm_type=0, resolution=0.25))
+    prf = prf_text(ZRO2, False, data_file="zro2.fcf", lm_type=0, resolution=0.25)
+    write("fcf.prf", prf)
+    with open(os.path.join(directory, "zro2.fcf"), encoding="ascii", newline="") as data:
+        for name, text in (("zro2.fcf", data.read()), ("zro2.prf", prf)):
+            with open(os.path.join(example_directory, name), "w", encoding="ascii", newline="") as out:
+                out.write(text)
     return written
