@@ -8,6 +8,7 @@
 // with the calculated phase of the refinement. Reflections weaker than three
 // su constrain nothing and are only listed. The file has no voxel grid, so the
 // grid comes from the resolution of the settings.
+#include <algorithm>
 #include <cctype>
 #include <climits>
 #include <cmath>
@@ -19,6 +20,7 @@
 #include "app/StrToken.h"
 #include "app/TextLine.h"
 #include "base/VectorD.h"
+#include "core/OperatorList.h"
 #include "mem/MEMData3D.h"
 
 namespace {
@@ -56,36 +58,6 @@ const char* firstNonBlank(const char* s) {
   while (std::isspace(static_cast<unsigned char>(*s)))
     ++s;
   return s;
-}
-
-// A parsed operator that can be a crystallographic one: an integer rotation of
-// determinant +1 or -1 and a finite translation. Anything else came from text
-// that is not an operator, and would make the voxel grid or the equivalents
-// of a reflection meaningless.
-bool isOperator(const Matrix4D& op) {
-  for (int k = 0; k < 12; ++k) {
-    const double v = op.m[k];
-    if (!std::isfinite(v) || (k < 9 && v != std::floor(v)))
-      return false;
-  }
-  const double* r = op.m;  // column-major: r[i + 4 j] is row i, column j
-  const double det = r[0] * (r[5] * r[10] - r[9] * r[6]) - r[4] * (r[1] * r[10] - r[9] * r[2]) +
-                     r[8] * (r[1] * r[6] - r[5] * r[2]);
-  return det == 1.0 || det == -1.0;
-}
-
-bool isIdentity(const MatrixD& op) { return static_cast<const Matrix4D&>(op).Compare(Matrix4D::E) == 0; }
-
-// A list that matches no tabulated setting is used as it stands, and the voxel
-// grid takes its first operator as the identity; every space group has one,
-// so it is moved to the front, or put there when the file left it out.
-void putIdentityFirst(ObjVector<MatrixD>& ops) {
-  ObjVector<MatrixD> ordered;
-  ordered.add(new Matrix4D);
-  for (MatrixD* op : ops)
-    if (!isIdentity(*op))
-      ordered.add(op);
-  ops = ordered;
 }
 
 // One pass over a .fcf file into the analysis.
@@ -230,7 +202,7 @@ void FcfScanner::readOperators(bool withId) {
     Matrix4D* op = new Matrix4D;
     UnitCell::convertXYZ2Matrix_Q4(text, *op);
     VectorD::Fractionalize(op->Translation(), 3);
-    if (isOperator(*op))
+    if (IsSymmetryOperator(*op))
       ops.add(op);
     else
       delete op;
@@ -239,7 +211,7 @@ void FcfScanner::readOperators(bool withId) {
     return;  // no operator could be read: the symmetry stays as it was
   UnitCell& uc = mem_.unitCell;
   if (uc.setSpgFromSymmetryOP(ops) == 0)
-    putIdentityFirst(uc.symOp);
+    PutIdentityFirst(uc.symOp);  // the voxel grid takes the first operator as the identity
 }
 
 void FcfScanner::readReflectionLoop() {
@@ -365,7 +337,8 @@ bool usableGrid(const int* n) {
 // analysis. False, with nothing allocated, when the file gives no F(000) or
 // the cell is too large for a grid.
 bool FcfScanner::storeValues() {
-  if (mem_.targetMoment[0] == 0.0 && mem_.targetMoment[1] == 0.0) {
+  const double* moment = mem_.targetMoment;
+  if (!std::isfinite(moment[0]) || !std::isfinite(moment[1]) || (moment[0] == 0.0 && moment[1] == 0.0)) {
     // Several refinement programs leave the item out; without it the
     // density would have nothing to hold.
     IO::PrintError("The file gives no F(000) (_exptl_crystal_F_000), the number of electrons\n"
