@@ -10,8 +10,7 @@ sigma model and a fixed seed, and write
     <name>.facts  what the program must report for it (for end-to-end tests).
 
 It also writes the refinement-output files (.fcf) of the reader tests, with
-their facts and .mem twins (examples/fcf_sets.py), into tests/data/fcf/, and
-one of them, zro2.fcf with its zro2.prf, as an example.
+their facts and .mem twins (examples/fcf_sets.py), into tests/data/fcf/.
 
 Usage: /usr/bin/python3 tools/make_examples.py [output directory [fcf directory]]
 The default directories are examples/ and tests/data/fcf/ of the repository.  The output is
@@ -58,7 +57,7 @@ def main(argv) -> int:
     for example in ALL_EXAMPLES:
         print(make_example(example, directory))
     fcf_directory = argv[2] if len(argv) > 2 else os.path.join(root, "tests", "data", "fcf")
-    print("fcf:", " ".join(write_fcf_sets(fcf_directory, directory)))
+    print("fcf:", " ".join(write_fcf_sets(fcf_directory)))
     return 0
 
 

@@ -90,8 +90,7 @@ def _shifted_rows(structure, data: ModelData) -> Tuple[object, List[FcfRow]]:
     return shifted, rows
 
 
-def write_fcf_sets(directory: str, example_directory: str) -> List[str]:
-    """The test files into directory; the zirconia set, ready to run, also into example_directory."""
+def write_fcf_sets(directory: str) -> List[str]:
     os.makedirs(directory, exist_ok=True)
     written = []
 
@@ -140,10 +139,6 @@ def write_fcf_sets(directory: str, example_directory: str) -> List[str]:
                                  cell_su=("4.5937(2)", "4.5937(2)", "2.9587(1)", "90", "90", "90")),
         _rows_f2(rutile, 0.5, 1.0, 1971, friedel=False), "P 42/m n m", 1, f000)
 
-    prf = prf_text(ZRO2, False, data_file="zro2.fcf", lm_type=0, resolution=0.25)
-    write("fcf.prf", prf)
-    with open(os.path.join(directory, "zro2.fcf"), encoding="ascii", newline="") as data:
-        for name, text in (("zro2.fcf", data.read()), ("zro2.prf", prf)):
-            with open(os.path.join(example_directory, name), "w", encoding="ascii", newline="") as out:
-                out.write(text)
+    # Runs zro2.fcf; the tests point it at the other files.
+    write("fcf.prf", prf_text(ZRO2, False, data_file="zro2.fcf", lm_type=0, resolution=0.25))
     return written
