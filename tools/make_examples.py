@@ -9,8 +9,11 @@ sigma model and a fixed seed, and write
     <name>.prf    a condition file that runs it with ZSPA,
     <name>.facts  what the program must report for it (for end-to-end tests).
 
-Usage: /usr/bin/python3 tools/make_examples.py [output directory]
-The default directory is examples/ of the repository.  The output is
+It also writes the refinement-output files (.fcf) of the reader tests, with
+their facts and .mem twins (examples/fcf_sets.py), into tests/data/fcf/.
+
+Usage: /usr/bin/python3 tools/make_examples.py [output directory [fcf directory]]
+The default directories are examples/ and tests/data/fcf/ of the repository.  The output is
 deterministic: running the tool again rewrites identical files.
 """
 
@@ -20,6 +23,7 @@ import sys
 from examples.check import check_density, check_read_back
 from examples.condition_file import prf_text
 from examples.facts_file import facts_text
+from examples.fcf_sets import write_fcf_sets
 from examples.grid import asymmetric_unit_voxels, choose_grid
 from examples.mem_file import mem_text
 from examples.models import ALL_EXAMPLES, Example
@@ -52,6 +56,8 @@ def main(argv) -> int:
     os.makedirs(directory, exist_ok=True)
     for example in ALL_EXAMPLES:
         print(make_example(example, directory))
+    fcf_directory = argv[2] if len(argv) > 2 else os.path.join(root, "tests", "data", "fcf")
+    print("fcf:", " ".join(write_fcf_sets(fcf_directory)))
     return 0
 
 

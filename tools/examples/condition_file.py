@@ -55,20 +55,24 @@ OPTION_PRIOR = ("# Which prior densities will you use?\n"
                 "# 0. Uniform densities.\n"
                 "# 1. Densities recorded in the 3D densities file (*_prior.pgrid).")
 OPTION_CYCLES = "# Maximum number of cycles."
+OPTION_RESOLUTION = "# The grid resolution (angstrom), for data sets without grid numbers."
 
 
 def _value(option: str, value) -> str:
     return f"{option}\n{value}\n\n"
 
 
-def prf_text(example: Example, negative_density: bool) -> str:
+def prf_text(example: Example, negative_density: bool, data_file: str = None,
+             lm_type: int = LM_TYPE_FROM_DATA_FILE, resolution: float = None) -> str:
+    """A data file without a multiplier (.fcf) needs lm_type 0; without a grid, a resolution."""
     stem = example.name
+    data_file = data_file or f"{stem}.mem"
     fractions = " ".join(f"{f:g}" for f in LAMBDA_FRACTIONS)
     return "".join([
         f"# Condition file of the example '{stem}'; see examples/README.md.\n\n",
         "$PREFERENCES\n\n",
         f"{OPTION_DATA_FILE}\n",
-        f"{stem}.mem\n",
+        f"{data_file}\n",
         f"{stem}.out\n",
         f"{stem}.pgrid\n",
         f"{stem}.fba\n",
@@ -81,7 +85,7 @@ def prf_text(example: Example, negative_density: bool) -> str:
         "# 0. The value written in this file.\n",
         "# 1. The value calculated by Halvorin.\n",
         "# 2. The value written in the MEM data set file.\n",
-        f"{LM_TYPE_FROM_DATA_FILE}\n\n",
+        f"{lm_type}\n\n",
         f"{OPTION_LAMBDA} (dummy if LM_type = 1 or 2), and\n",
         _value(OPTION_WEIGHT, f"{example.lambda0:g} {WEIGHT_POWER_D:g}"),
         _value(OPTION_T, f"{COEF_T:g}"),
@@ -92,4 +96,5 @@ def prf_text(example: Example, negative_density: bool) -> str:
         "# Save output files (dummy)\n1\n\n",
         _value(OPTION_FRACTIONS, fractions),
         _value(OPTION_PRIOR, UNIFORM),
+        f"{OPTION_RESOLUTION}\n{resolution:g}\n" if resolution else "",
     ])

@@ -142,3 +142,29 @@ NACL = Example(
 )
 
 ALL_EXAMPLES = (RUTILE, ZNO, RUTILE_NEUTRON, NACL)
+
+# Monoclinic zirconia (baddeleyite type), centrosymmetric and of low symmetry:
+# the coordinates are close to the published ones for baddeleyite, rounded;
+# the displacement parameters are round values of a typical size, not refined
+# ones.  Written only as refinement output (.fcf, with a .mem twin), with a
+# larger noise floor so that some reflections are weak.
+ZRO2_U_ZR = (0.0060, 0.0065, 0.0058, 0.0, 0.0009, 0.0)
+ZRO2_U_O = (0.0080, 0.0090, 0.0085, 0.0, 0.0013, 0.0)
+ZRO2 = Example(
+    name="zro2",
+    title="Monoclinic ZrO2 (baddeleyite type), X-ray, IAM model data with noise",
+    radiation="xray",
+    cell=(5.1507, 5.2028, 5.3156, 90.0, 99.194, 90.0),
+    space_group="P 1 21/c 1",
+    setting=1,
+    atoms=(
+        Atom("Zr1", "Zr", (0.2758, 0.0404, 0.2089), ZRO2_U_ZR),
+        Atom("O1", "O", (0.0703, 0.3359, 0.3406), ZRO2_U_O),
+        Atom("O2", "O", (0.4423, 0.7549, 0.4789), ZRO2_U_O),
+    ),
+    d_min=0.80,
+    noise=NoiseModel(floor=0.3, relative=0.01, seed=1985),
+    grid_step=0.25,
+    lambda0=0.01,
+    max_cycles=5000,
+)
