@@ -8,7 +8,10 @@ PACKAGES  := cmake make g++ pkg-config libfftw3-dev libopenblas-dev libgtest-dev
 TABLE_PACKAGES := python3 python3-cctbx python3-spglib python3-gemmi python3-numpy python3-pymatgen
 SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps configure build run test asan bench tables examples clean
+FUZZ_PACKAGES := clang libclang-rt-14-dev libomp-14-dev
+FUZZ_SECONDS ?= 600
+
+.PHONY: all deps configure build run test asan bench fuzz tables examples clean
 
 all: build
 
@@ -42,6 +45,27 @@ asan: deps
 bench: build
 	cmake --build $(BUILD) -j $(JOBS) --target $$(cd bench && ls *.cpp 2>/dev/null | sed 's/\.cpp$$//')
 
+# Each fuzz target for FUZZ_SECONDS (clang's libFuzzer with AddressSanitizer and
+# UndefinedBehaviorSanitizer), one thread per run. New inputs gather in
+# build-fuzz/corpus; those that reach new code are merged into the committed
+# corpus in tests/fuzz/corpus, which `make test` replays. Crashes are left in
+# build-fuzz/artifacts.
+fuzz: deps
+	@missing=""; for p in $(FUZZ_PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; fi
+	@[ -f build-fuzz/CMakeCache.txt ] || CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DHALVORIN_FUZZ=ON
+	cmake --build build-fuzz -j $(JOBS)
+	@mkdir -p build-fuzz/artifacts; status=0; \
+	for target in build-fuzz/tests/fuzz/*_fuzz; do \
+	  name=$$(basename $$target _fuzz); mkdir -p build-fuzz/corpus/$$name; \
+	  echo "== $$name for $(FUZZ_SECONDS) s"; \
+	  OMP_NUM_THREADS=1 $$target -max_total_time=$(FUZZ_SECONDS) -timeout=20 -rss_limit_mb=4096 \
+	    -artifact_prefix=build-fuzz/artifacts/$$name- build-fuzz/corpus/$$name tests/fuzz/corpus/$$name \
+	    2>build-fuzz/$$name.log || status=1; \
+	  tail -n 2 build-fuzz/$$name.log; \
+	  OMP_NUM_THREADS=1 $$target -merge=1 tests/fuzz/corpus/$$name build-fuzz/corpus/$$name 2>/dev/null; \
+	done; exit $$status
+
 # Developer-time only: regenerate the space-group and element tables.
 tables:
 	@missing=""; for p in $(TABLE_PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
@@ -53,4 +77,4 @@ examples:
 	/usr/bin/python3 tools/make_examples.py examples
 
 clean:
-	rm -rf $(BUILD) build-asan
+	rm -rf $(BUILD) build-asan build-fuzz

@@ -20,6 +20,9 @@ inline void FuzzDataSet(const uint8_t* data, size_t size, int fileType, const ch
     mem.param.dataFile = WriteInput(data, size, extension);
     mem.param.SetFileNames();
     mem.param.maxCycles = 2;
+    // Formats without a grid of their own get a coarse one, so that they too
+    // reach the analysis.
+    mem.param.gridResolution = 1.5;
     if (!mem.ReadFobs()) return;
     const long long voxels = 1LL * mem.gridSize[0] * mem.gridSize[1] * mem.gridSize[2];
     if (voxels > kFuzzedVoxels) return;
