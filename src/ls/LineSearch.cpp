@@ -72,7 +72,10 @@ bool Converged(const Walk& w, double tol) {
 }
 
 // A candidate outside the bracket: its offset from t1 reaches past t0 or t2.
+// A candidate that is not a number counts as outside: a degenerate fit would
+// otherwise feed not-a-number points to the stop tests, which never hold for them.
 bool Outside(const Walk& w, double r) {
+    if (std::isnan(r)) return true;
     const double u = r - w.t1;
     return u / (w.t0 - w.t1) >= 1.0 || u / (w.t2 - w.t1) >= 1.0;
 }
