@@ -2,13 +2,6 @@
 #include "mem/MEMData3D.h"
 
 void MEMData::Cambridge() {}
-void MEMData::L_BFGS() {}
-void MEMData::Calc_dSdR(VectorXDMP&) {}
-void MEMData::Calc_dCdR(VectorXDMP&) {}
-double MEMData::evaluate(const VectorXDMP&, VectorXDMP&, int, double) { return 0.0; }
-int MEMData::progress(const VectorXDMP&, const VectorXDMP&, double, double, double, double, int, int, int) { return 0; }
-double MEMData::_evaluate(void*, const VectorXDMP&, VectorXDMP&, int, double) { return 0.0; }
-int MEMData::_progress(void*, const VectorXDMP&, const VectorXDMP&, double, double, double, double, int, int, int) { return 0; }
 
 bool MEMData3D::ReadFOS(const std::string&) { return false; }
 bool MEMData3D::ReadBayMEM(const std::string&) { return false; }

@@ -1,0 +1,92 @@
+#include "ls/VectorXDMP.h"
+
+#include <omp.h>
+
+#include <cmath>
+
+namespace {
+
+// The parts of the calling thread: t, t + T, t + 2 T, ...
+template <class F>
+inline void ForOwnParts(int nParts, F f) {
+    const int step = omp_get_num_threads();
+    for (int p = omp_get_thread_num(); p < nParts; p += step)
+        f(p);
+}
+
+// Square sum over the parts, then the root (or its inverse) by one thread;
+// every thread leaves with the final value.
+void FinishNorm(double* result, double partial, bool inverse) {
+#pragma omp atomic
+    *result += partial;
+#pragma omp barrier
+#pragma omp single
+    *result = inverse ? 1.0 / std::sqrt(*result) : std::sqrt(*result);
+    // The implied barrier at the end of single publishes the value.
+}
+
+}  // namespace
+
+VectorXDMP::VectorXDMP(VectorXDMP& V) : Object() {
+    Resize(V);
+    for (int p = 0; p < parts.size(); ++p)
+        parts[p]->Init(*V.parts[p]);
+}
+
+void VectorXDMP::AddPart(VectorXD* part) {
+    offsets.push_back(Length());
+    parts.add(part);
+}
+
+void VectorXDMP::Resize(const VectorXDMP& V) {
+    parts.clear();
+    offsets.clear();
+    for (int p = 0; p < V.parts.size(); ++p)
+        AddPart(new VectorXD(V.parts[p]->Dim()));
+}
+
+int VectorXDMP::Length() const {
+    const int n = parts.size();
+    return n == 0 ? 0 : offsets[n - 1] + parts[n - 1]->Dim();
+}
+
+void VectorXDMP::Init(const VectorXDMP& V) {
+    ForOwnParts(parts.size(), [&](int p) { parts[p]->Init(*V.parts[p]); });
+}
+
+void VectorXDMP::nInit(const VectorXDMP& V) {
+    ForOwnParts(parts.size(), [&](int p) { parts[p]->nInit(*V.parts[p]); });
+}
+
+void VectorXDMP::Diff(const VectorXDMP& A, const VectorXDMP& B) {
+    ForOwnParts(parts.size(), [&](int p) { parts[p]->Diff(*A.parts[p], *B.parts[p]); });
+}
+
+void VectorXDMP::Add(const VectorXDMP& V, double a) {
+    ForOwnParts(parts.size(), [&](int p) { parts[p]->Add(*V.parts[p], a); });
+}
+
+VectorXDMP& VectorXDMP::operator*=(double a) {
+    ForOwnParts(parts.size(), [&](int p) { *parts[p] *= a; });
+    return *this;
+}
+
+void VectorXDMP::Dot(double* result, const VectorXDMP& V) const {
+    ForOwnParts(parts.size(), [&](int p) {
+        const double d = parts[p]->Dot(*V.parts[p]);
+#pragma omp atomic
+        *result += d;
+    });
+}
+
+void VectorXDMP::Norm2(double* result) const {
+    double s = 0.0;
+    ForOwnParts(parts.size(), [&](int p) { s += parts[p]->Dot(*parts[p]); });
+    FinishNorm(result, s, false);
+}
+
+void VectorXDMP::Norm2inv(double* result) const {
+    double s = 0.0;
+    ForOwnParts(parts.size(), [&](int p) { s += parts[p]->Dot(*parts[p]); });
+    FinishNorm(result, s, true);
+}

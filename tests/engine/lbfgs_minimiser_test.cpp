@@ -1,0 +1,185 @@
+// The limited-memory minimiser on textbook functions, its parameter checks and its failure exit.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <vector>
+
+#include "common/CapturedOutput.h"
+#include "ls/lbfgs.h"
+
+namespace {
+
+// A test function over a long vector that is split into uneven parts, as the
+// analysis splits its unknowns over threads.
+struct Problem {
+    std::function<double(const std::vector<double>&, std::vector<double>&)> f;
+    int evaluations = 0;
+    int nonFinite = 0;
+};
+
+std::vector<double> Flatten(const VectorXDMP& v) {
+    std::vector<double> out;
+    for (int p = 0; p < v.parts.size(); ++p)
+        for (int i = 0; i < v.parts[p]->Dim(); ++i) out.push_back((*v.parts[p])[i]);
+    return out;
+}
+
+double Evaluate(void* instance, const VectorXDMP& x, VectorXDMP& g, int, double) {
+    Problem& p = *static_cast<Problem*>(instance);
+    std::vector<double> grad(x.Length());
+    const double f = p.f(Flatten(x), grad);
+    for (int q = 0, k = 0; q < g.parts.size(); ++q)
+        for (int i = 0; i < g.parts[q]->Dim(); ++i) (*g.parts[q])[i] = grad[k++];
+    ++p.evaluations;
+    if (!std::isfinite(f)) ++p.nonFinite;
+    return f;
+}
+
+VectorXDMP Split(const std::vector<double>& values) {
+    VectorXDMP v;
+    const std::size_t cut[] = {0, values.size() / 3, values.size() / 2, values.size()};
+    for (int p = 0; p < 3; ++p) {
+        VectorXD* part = new VectorXD(static_cast<int>(cut[p + 1] - cut[p]));
+        for (std::size_t i = cut[p]; i < cut[p + 1]; ++i) (*part)[i - cut[p]] = values[i];
+        v.AddPart(part);
+    }
+    return v;
+}
+
+// sum over pairs of 100 (x2 - x1^2)^2 + (1 - x1)^2; minimum 0 at all ones.
+double Rosenbrock(const std::vector<double>& x, std::vector<double>& g) {
+    double f = 0.0;
+    for (std::size_t i = 0; i < x.size(); i += 2) {
+        const double t1 = 1.0 - x[i], t2 = 10.0 * (x[i + 1] - x[i] * x[i]);
+        g[i + 1] = 20.0 * t2;
+        g[i] = -2.0 * (x[i] * g[i + 1] + t1);
+        f += t1 * t1 + t2 * t2;
+    }
+    return f;
+}
+
+lbfgs_parameter_t Params(int linesearch) {
+    lbfgs_parameter_t p;
+    lbfgs_parameter_init(&p);
+    p.linesearch = linesearch;
+    p.epsilon = 1e-8;
+    return p;
+}
+
+}  // namespace
+
+TEST(Minimiser, FindsTheRosenbrockMinimumWithEveryLineSearch) {
+    for (int ls : {0, 1, 2, 3}) {
+        Problem prob{Rosenbrock};
+        VectorXDMP x = Split(std::vector<double>(10, -1.2));
+        lbfgs_parameter_t p = Params(ls);
+        double fx = 0.0;
+        CapturedOutput quiet;
+        const int status = lbfgs(10, x, &fx, Evaluate, nullptr, &prob, &p);
+        EXPECT_GE(status, 0) << "line search " << ls;
+        EXPECT_LT(fx, 1e-10) << "line search " << ls;
+        for (double v : Flatten(x)) EXPECT_NEAR(v, 1.0, 1e-4) << "line search " << ls;
+    }
+}
+
+// With an L1 term c |x|, the minimum of sum a (x - t)^2 is the soft threshold
+// of t by c / (2 a); the quadratic alone has its minimum at t.
+TEST(Minimiser, QuadraticMinimumWithAndWithoutL1Term) {
+    const std::vector<double> a = {1.0, 2.0, 0.5, 4.0, 1.5, 3.0}, t = {3.0, -2.0, 0.2, 1.0, -0.1, 0.4};
+    for (double c : {0.0, 1.0}) {
+        Problem prob{[&](const std::vector<double>& x, std::vector<double>& g) {
+            double f = 0.0;
+            for (std::size_t i = 0; i < x.size(); ++i) {
+                f += a[i] * (x[i] - t[i]) * (x[i] - t[i]);
+                g[i] = 2.0 * a[i] * (x[i] - t[i]);
+            }
+            return f;
+        }};
+        VectorXDMP x = Split(std::vector<double>(6, 0.0));
+        lbfgs_parameter_t p = Params(c > 0.0 ? 2 : 1);
+        p.orthantwise_c = c;
+        double fx = 0.0;
+        EXPECT_GE(lbfgs(6, x, &fx, Evaluate, nullptr, &prob, &p), 0);
+        const std::vector<double> got = Flatten(x);
+        for (std::size_t i = 0; i < t.size(); ++i) {
+            const double shrink = std::max(std::fabs(t[i]) - c / (2.0 * a[i]), 0.0);
+            EXPECT_NEAR(got[i], std::copysign(shrink, t[i]), 1e-6) << "c = " << c << ", i = " << i;
+        }
+    }
+}
+
+// Beyond x = 1.2 the function is not a number, and the first step of unit
+// length goes there; the minimum at 1 lies close to that edge.
+TEST(Minimiser, StepsBackFromNotANumber) {
+    for (int ls : {0, 1}) {
+        Problem prob{[](const std::vector<double>& x, std::vector<double>& g) {
+            double f = 0.0;
+            for (std::size_t i = 0; i < x.size(); ++i) {
+                const double d = x[i] - 1.0;
+                f += x[i] > 1.2 ? std::nan("") : d * d * d * d + d * d;
+                g[i] = 4.0 * d * d * d + 2.0 * d;
+            }
+            return f;
+        }};
+        VectorXDMP x = Split({0.5, 0.6, 0.7});
+        lbfgs_parameter_t p = Params(ls);
+        double fx = 0.0;
+        CapturedOutput quiet;
+        lbfgs(3, x, &fx, Evaluate, nullptr, &prob, &p);
+        EXPECT_GT(prob.nonFinite, 0) << "line search " << ls;
+        EXPECT_TRUE(std::isfinite(fx));
+        for (double v : Flatten(x)) EXPECT_NEAR(v, 1.0, 1e-3) << "line search " << ls;
+    }
+}
+
+TEST(Minimiser, ParameterErrorsReturnBeforeAnyEvaluation) {
+    struct Case {
+        int n;
+        std::function<void(lbfgs_parameter_t&)> set;
+        int status;
+    } cases[] = {
+        {0, [](lbfgs_parameter_t&) {}, LBFGSERR_INVALID_N},
+        {2, [](lbfgs_parameter_t& p) { p.epsilon = -1; }, LBFGSERR_INVALID_EPSILON},
+        {2, [](lbfgs_parameter_t& p) { p.past = -1; }, LBFGSERR_INVALID_TESTPERIOD},
+        {2, [](lbfgs_parameter_t& p) { p.delta = -1; }, LBFGSERR_INVALID_DELTA},
+        {2, [](lbfgs_parameter_t& p) { p.min_step = -1; }, LBFGSERR_INVALID_MINSTEP},
+        {2, [](lbfgs_parameter_t& p) { p.max_step = 1e-30; }, LBFGSERR_INVALID_MAXSTEP},
+        {2, [](lbfgs_parameter_t& p) { p.ftol = -1; }, LBFGSERR_INVALID_FTOL},
+        {2, [](lbfgs_parameter_t& p) { p.linesearch = 2, p.wolfe = 1.0; }, LBFGSERR_INVALID_WOLFE},
+        {2, [](lbfgs_parameter_t& p) { p.linesearch = 3, p.wolfe = 1e-5; }, LBFGSERR_INVALID_WOLFE},
+        {2, [](lbfgs_parameter_t& p) { p.gtol = -1; }, LBFGSERR_INVALID_GTOL},
+        {2, [](lbfgs_parameter_t& p) { p.xtol = -1; }, LBFGSERR_INVALID_XTOL},
+        {2, [](lbfgs_parameter_t& p) { p.max_linesearch = 0; }, LBFGSERR_INVALID_MAXLINESEARCH},
+        {2, [](lbfgs_parameter_t& p) { p.orthantwise_c = -1; }, LBFGSERR_INVALID_ORTHANTWISE},
+        {2, [](lbfgs_parameter_t& p) { p.orthantwise_start = 3; }, LBFGSERR_INVALID_ORTHANTWISE_START},
+        {2, [](lbfgs_parameter_t& p) { p.orthantwise_end = 3; }, LBFGSERR_INVALID_ORTHANTWISE_END},
+        {2, [](lbfgs_parameter_t& p) { p.linesearch = 4; }, LBFGSERR_INVALID_LINESEARCH},
+        {2, [](lbfgs_parameter_t& p) { p.linesearch = 1, p.orthantwise_c = 1; }, LBFGSERR_INVALID_LINESEARCH},
+    };
+    for (const Case& c : cases) {
+        Problem prob{Rosenbrock};
+        VectorXDMP x = Split({0.0, 0.0});
+        lbfgs_parameter_t p;
+        lbfgs_parameter_init(&p);
+        c.set(p);
+        EXPECT_EQ(lbfgs(c.n, x, nullptr, Evaluate, nullptr, &prob, &p), c.status);
+        EXPECT_EQ(prob.evaluations, 0) << c.status;
+    }
+}
+
+// Finite only at the start point: every trial step fails, and the caller gets the start back.
+TEST(Minimiser, FailedLineSearchRestoresTheLastPoint) {
+    const std::vector<double> start = {0.5, -0.25, 2.0};
+    Problem prob{[&](const std::vector<double>& x, std::vector<double>& g) {
+        for (std::size_t i = 0; i < x.size(); ++i) g[i] = 2.0 * x[i];
+        return x == start ? 4.3125 : std::numeric_limits<double>::quiet_NaN();
+    }};
+    VectorXDMP x = Split(start);
+    double fx = 0.0;
+    lbfgs_parameter_t p = Params(1);
+    EXPECT_EQ(lbfgs(3, x, &fx, Evaluate, nullptr, &prob, &p), LBFGSERR_MAXIMUMLINESEARCH);
+    EXPECT_EQ(prob.evaluations, 1 + p.max_linesearch);
+    EXPECT_EQ(Flatten(x), start);
+}

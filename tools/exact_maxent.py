@@ -1,0 +1,229 @@
+#!/usr/bin/python3
+"""Exact maximum-entropy densities of small data sets, as a reference for the optimisers.
+
+The problem is convex: maximise the entropy -sum m rho ln(rho / p) of a
+symmetric density with a uniform prior p, subject to its total F(000) and to
+CONSTR = (1/N) sum w |Fobs - F|^2 <= C.  For a multiplier lambda of the
+constraint the density is rho = F000 p exp(psi . theta) / Z, with one complex
+unknown theta per reflection that maximises the concave dual
+
+    D(theta) = -F000 ln Z(theta) + theta . Fobs - sum N |theta|^2 / (4 lambda w),
+
+solved here by Newton's method; lambda itself is found by a secant search on
+ln C against ln lambda.  psi are the orbit sums of exp(2 pi i h . x) over the
+grid, built from the space group's operators (gemmi) with the program's sign
+convention: a plus sign in the exponent and no normalisation.
+
+Only data sets of individual reflections (no overlap groups, no generated
+unobserved reflections, one density channel) are handled.
+
+Usage: /usr/bin/python3 tools/exact_maxent.py FILE.mem [C ...]
+       /usr/bin/python3 tools/exact_maxent.py --write-p212121 FILE.mem
+       /usr/bin/python3 tools/exact_maxent.py --table OUT FILE.mem ...
+
+With --table, each data set gets a line: name, CONSTR of the uniform
+density, the entropy per electron at CONSTR = 1 and its slope by CONSTR.
+"""
+
+import os
+import sys
+
+import gemmi
+import numpy as np
+
+
+def read_mem(path):
+    """The positional data set: cell, group, grid, F(000) and the F reflections."""
+    with open(path) as f:
+        lines = [l.strip() for l in f if l.strip() and not l.lstrip().startswith("#")]
+    sg, setting, nx, ny, nz = (int(v) for v in lines[3].split()[:5])
+    f000 = float(lines[4].split()[0])
+    n = int(lines[5])
+    refl = np.array([[float(v) for v in l.split()[:6]] for l in lines[6:6 + n]])
+    groups = int(lines[6 + n])
+    if groups != 0:
+        raise SystemExit("%s: overlap groups are not handled" % path)
+    return {"sg": sg, "grid": (nx, ny, nz), "f000": f000,
+            "hkl": refl[:, :3].astype(int), "fobs": refl[:, 3] + 1j * refl[:, 4],
+            "weight": 1.0 / refl[:, 5] ** 2}
+
+
+def orbits(sg_number, grid):
+    """Representative label of every grid point, and the orbit size of each label."""
+    n = np.array(grid)
+    idx = np.indices(grid).reshape(3, -1)
+    rep = np.full(idx.shape[1], np.iinfo(np.int64).max)
+    for op in gemmi.find_spacegroup_by_number(sg_number).operations():
+        R = np.array(op.rot) // gemmi.Op.DEN
+        t = np.array(op.tran) / gemmi.Op.DEN
+        # x' = R x + t on the grid: (R (i / n) + t) n must be whole numbers.
+        y = (R @ (idx / n[:, None]) + t[:, None]) * n[:, None]
+        yi = np.rint(y).astype(np.int64)
+        assert np.allclose(y, yi, atol=1e-6), "grid does not fit the operators"
+        yi %= n[:, None]
+        rep = np.minimum(rep, np.ravel_multi_index(yi, grid))
+    labels, inverse, counts = np.unique(rep, return_inverse=True, return_counts=True)
+    return inverse, counts.astype(float)
+
+
+def features(data, inverse, counts):
+    """psi[v, k] = mean over the orbit v of exp(2 pi i h_k . x), as real columns (Re, Im)."""
+    grid = np.array(data["grid"])
+    frac = np.indices(data["grid"]).reshape(3, -1) / grid[:, None]
+    nv = len(counts)
+    psi = np.empty((nv, 2 * len(data["hkl"])))
+    for k, h in enumerate(data["hkl"]):
+        e = np.exp(2j * np.pi * (h @ frac))
+        s = np.bincount(inverse, weights=e.real, minlength=nv) + \
+            1j * np.bincount(inverse, weights=e.imag, minlength=nv)
+        psi[:, 2 * k] = s.real / counts
+        psi[:, 2 * k + 1] = s.imag / counts
+    return psi
+
+
+class Problem:
+    def __init__(self, data):
+        self.d = data
+        inverse, self.m = orbits(data["sg"], data["grid"])
+        self.psi = features(data, inverse, self.m)
+        self.ncell = float(np.prod(data["grid"]))
+        self.prior = data["f000"] / self.ncell
+        self.fobs = np.column_stack([data["fobs"].real, data["fobs"].imag]).ravel()
+        self.w2 = np.repeat(data["weight"], 2)
+        self.N = float(len(data["hkl"]))
+        self.theta = np.zeros(self.psi.shape[1])
+
+    def density(self, theta):
+        a = self.psi @ theta
+        a -= a.max()
+        e = np.exp(a)
+        return self.d["f000"] * e / np.dot(self.m, e)
+
+    def constr(self, rho):
+        f = self.psi.T @ (self.m * rho)
+        return float(np.sum(self.w2 * (self.fobs - f) ** 2) / self.N)
+
+    def entropy_per_electron(self, rho):
+        return float(-np.sum(self.m * rho * np.log(rho / self.prior)) / self.d["f000"])
+
+    def dual(self, theta, lam):
+        a = self.psi @ theta
+        top = a.max()
+        lnZ = top + np.log(np.dot(self.m, self.prior * np.exp(a - top)))
+        return (-self.d["f000"] * lnZ + theta @ self.fobs
+                - np.sum(self.N * theta ** 2 / (4.0 * lam * self.w2)))
+
+    def solve(self, lam):
+        """Newton's method on the dual for one multiplier; returns the density."""
+        theta = self.theta.copy()
+        for _ in range(200):
+            rho = self.density(theta)
+            q = self.m * rho
+            f = self.psi.T @ q
+            grad = self.fobs - f - self.N * theta / (2.0 * lam * self.w2)
+            H = (self.psi.T * q) @ self.psi - np.outer(f, f) / self.d["f000"]
+            H[np.diag_indices_from(H)] += self.N / (2.0 * lam * self.w2)
+            step = np.linalg.solve(H, grad)
+            d0, t = self.dual(theta, lam), 1.0
+            while self.dual(theta + t * step, lam) < d0 + 1e-4 * t * (grad @ step) and t > 1e-10:
+                t *= 0.5
+            theta += t * step
+            if np.sqrt(grad @ step) < 1e-9 * self.d["f000"]:
+                break
+        self.theta = theta
+        return self.density(theta)
+
+    def at_constr(self, target):
+        """The exact density with CONSTR = target: C falls as lambda grows, so
+        lambda is bracketed by factors of 4 and then found by the Illinois
+        variant of regula falsi on ln C against ln lambda."""
+        def g(ln_lam):
+            return np.log(self.constr(self.solve(np.exp(ln_lam)))) - np.log(target)
+        lo, hi = 0.0, np.log(4.0)
+        g_lo, g_hi = g(lo), g(hi)
+        while g_lo < 0.0:
+            hi, g_hi = lo, g_lo
+            lo -= np.log(4.0)
+            g_lo = g(lo)
+        while g_hi > 0.0:
+            lo, g_lo = hi, g_hi
+            hi += np.log(4.0)
+            g_hi = g(hi)
+        side = 0
+        for _ in range(200):
+            mid = hi - g_hi * (hi - lo) / (g_hi - g_lo)
+            g_mid = g(mid)
+            if abs(g_mid) < 1e-12 or hi - lo < 1e-14:
+                break
+            if g_mid > 0.0:
+                lo, g_lo = mid, g_mid
+                if side == -1:
+                    g_hi *= 0.5
+                side = -1
+            else:
+                hi, g_hi = mid, g_mid
+                if side == 1:
+                    g_lo *= 0.5
+                side = 1
+        return self.solve(np.exp(mid))
+
+
+def write_p212121(path):
+    """A small orthorhombic, non-centrosymmetric data set from a three-atom
+    Gaussian model: exact structure factors of the model, sigma = 2 % of |F| + 0.05."""
+    cell = np.array([5.0, 5.6, 6.2])
+    grid = (20, 24, 24)
+    atoms = [(8.0, (0.10, 0.22, 0.31), 2.5), (6.0, (0.37, 0.05, 0.66), 3.0), (4.0, (0.71, 0.43, 0.12), 3.5)]
+    ops = list(gemmi.find_spacegroup_by_number(19).operations())
+    sites = []
+    for z, x, b in atoms:
+        for op in ops:
+            y = np.array(op.apply_to_xyz(list(x)))
+            sites.append((z, y % 1.0, b))
+    f000 = sum(z for z, _, _ in sites)
+    sg = gemmi.find_spacegroup_by_number(19)
+    lines = []
+    for h in range(0, 6):
+        for k in range(0, 7):
+            for l in range(0, 7):
+                s = np.sqrt((h / cell[0]) ** 2 + (k / cell[1]) ** 2 + (l / cell[2]) ** 2)
+                if (h, k, l) == (0, 0, 0) or s > 0.9 or sg.operations().is_systematically_absent([h, k, l]):
+                    continue
+                F = sum(z * np.exp(-b * s * s / 4.0) * np.exp(2j * np.pi * np.dot([h, k, l], y))
+                        for z, y, b in sites)
+                sigma = 0.02 * abs(F) + 0.05
+                lines.append("%4d%4d%4d %12.5f %12.5f %10.5f" % (h, k, l, F.real, F.imag, sigma))
+    text = ["# Three-atom Gaussian model in P 21 21 21, written by tools/exact_maxent.py.",
+            "Synthetic three-atom model, P 21 21 21",
+            "%.4f %.4f %.4f 90.0000 90.0000 90.0000" % tuple(cell), "P 21 21 21",
+            "19 1 %d %d %d" % grid, "%.4f 0.01" % f000, str(len(lines))] + lines + ["0", "0"]
+    with open(path, "w") as f:
+        f.write("\n".join(text) + "\n")
+
+
+def main(argv):
+    if argv[:1] == ["--write-p212121"]:
+        write_p212121(argv[1])
+        return
+    if argv[:1] == ["--table"]:
+        out = ["# data set, CONSTR of the uniform density, exact entropy per electron at",
+               "# CONSTR = 1, and its derivative by CONSTR (tools/exact_maxent.py)"]
+        for path in argv[2:]:
+            p = Problem(read_mem(path))
+            c_uniform = p.constr(np.full(len(p.m), p.prior))
+            s1 = p.entropy_per_electron(p.at_constr(1.0))
+            s2 = p.entropy_per_electron(p.at_constr(1.001))
+            out.append("%s %.6f %.8f %.6f" % (os.path.basename(path), c_uniform, s1, (s2 - s1) / 0.001))
+            print(out[-1], flush=True)
+        with open(argv[1], "w") as f:
+            f.write("\n".join(out) + "\n")
+        return
+    p = Problem(read_mem(argv[0]))
+    print("CONSTR of the uniform density: %.6f" % p.constr(np.full(len(p.m), p.prior)))
+    for c in [float(v) for v in argv[1:]] or [1.0]:
+        rho = p.at_constr(c)
+        print("CONSTR %.6f  entropy per electron %.8f" % (p.constr(rho), p.entropy_per_electron(rho)))
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
