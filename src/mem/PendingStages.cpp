@@ -10,9 +10,6 @@ int MEMData::progress(const VectorXDMP&, const VectorXDMP&, double, double, doub
 double MEMData::_evaluate(void*, const VectorXDMP&, VectorXDMP&, int, double) { return 0.0; }
 int MEMData::_progress(void*, const VectorXDMP&, const VectorXDMP&, double, double, double, double, int, int, int) { return 0; }
 
-bool MEMData3D::ReadFOS(const std::string&) { return false; }
 bool MEMData3D::ReadFCF(const std::string&) { return false; }
-bool MEMData3D::ReadBayMEM(const std::string&) { return false; }
-bool MEMData3D::ReadFFO(const std::string&) { return false; }
 bool MEMData3D::ReadAlb3D(const std::string&, float*) { return true; }
 void MEMData3D::CreateHKL0() {}
