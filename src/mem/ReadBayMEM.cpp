@@ -7,14 +7,17 @@
 // operators ("symmetry"), every operator being repeated for every
 // translation, or as a symbol ("spacegroup") when no operators are given.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "base/VectorD.h"
+#include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
 #include "mem/PositionalReader.h"
 
@@ -30,6 +33,27 @@ const char* valueAt(const char* line, std::size_t position) {
 
 bool contains(const char* line, const char* word) { return std::strstr(line, word) != nullptr; }
 
+std::string withoutBlanks(const char* text) {
+  std::string compact;
+  for (; *text; ++text)
+    if (!std::isspace((unsigned char)*text))
+      compact += *text;
+  return compact;
+}
+
+// A symbol is often written without blanks ("P42/mnm"), while the table
+// separates its parts ("P 42/m n m"). The first tabulated symbol that is
+// equal without blanks replaces the written one; an unknown symbol stays.
+void spellAsTabulated(char* symbol) {
+  const std::string compact = withoutBlanks(symbol);
+  for (int n = 0; n < kSpaceGroupCount; ++n)
+    for (const _SpaceGroup* setting : spaceGroup[n])
+      if (withoutBlanks(setting->name) == compact) {
+        std::strcpy(symbol, setting->name);
+        return;
+      }
+}
+
 class BayMemFileReader {
 public:
   BayMemFileReader(MEMData3D& mem, FILE* f) : mem_(mem), f_(f) {}
@@ -42,6 +66,7 @@ public:
 private:
   bool fetch() { return getLineSkipBlank(line_, kLineSize, f_, "#") != nullptr; }
   void readCell();
+  void readSymbol();
   void readCenters();
   void readSymmetry();
   void readReflections();
@@ -71,7 +96,7 @@ bool BayMemFileReader::readAll() {
     } else if (contains(line_, "cell")) {
       readCell();
     } else if (contains(line_, "spacegroup")) {
-      std::sscanf(valueAt(line_, 10), "%23s", uc.spgName);
+      readSymbol();
     } else if (contains(line_, "centers")) {
       readCenters();
     } else if (contains(line_, "symmetry")) {
@@ -91,6 +116,19 @@ void BayMemFileReader::readCell() {
   std::sscanf(valueAt(line_, 5), "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
   uc.orthoMatrix.SetC2Ortho(uc.cell);
   uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
+}
+
+// The symbol is the rest of the line, with or without blanks between its parts.
+void BayMemFileReader::readSymbol() {
+  char* symbol = mem_.unitCell.spgName;
+  const char* text = valueAt(line_, 10);
+  while (std::isspace((unsigned char)*text))
+    ++text;
+  std::snprintf(symbol, sizeof mem_.unitCell.spgName, "%s", text);
+  std::size_t length = std::strlen(symbol);
+  while (length > 0 && std::isspace((unsigned char)symbol[length - 1]))
+    symbol[--length] = '\0';
+  spellAsTabulated(symbol);
 }
 
 // Lattice translations, one a line; a line without three numbers ends the
