@@ -214,7 +214,7 @@ TEST(DamagedFiles, EveryTruncationReadsSafely) {
     const int type = extension == ".fos" ? kFos : extension == ".BayMEM" ? kBayMem : kFfo;
     TestAnalysis reference;
     ASSERT_TRUE(Read(reference, kReaderData + "zno.mem", kMem));
-    for (std::size_t cut = 0; cut < text.size(); cut += 7) {
+    for (std::size_t cut = 0; cut < text.size(); cut += 11) {
       ScratchFile file(text.substr(0, cut), std::string("cut") + extension);
       TestAnalysis d;
       if (type == kFfo)
