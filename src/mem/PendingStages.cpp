@@ -11,5 +11,3 @@ double MEMData::_evaluate(void*, const VectorXDMP&, VectorXDMP&, int, double) { 
 int MEMData::_progress(void*, const VectorXDMP&, const VectorXDMP&, double, double, double, double, int, int, int) { return 0; }
 
 bool MEMData3D::ReadFCF(const std::string&) { return false; }
-bool MEMData3D::ReadAlb3D(const std::string&, float*) { return true; }
-void MEMData3D::CreateHKL0() {}

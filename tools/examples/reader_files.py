@@ -9,7 +9,8 @@ uncertainties that give the same weight wherever the format can express it:
              primitive operators, or as a symbol;
     .ffo     a real F only (the phases of a non-centrosymmetric model are
              lost), with X = F / (4 sigma^2), so that the weight 4 X / F is
-             1 / sigma^2. Cell, symmetry and grid come from elsewhere.
+             1 / sigma^2. Cell, symmetry and grid come from elsewhere. Or
+             |F|^2 with its uncertainty, for a Patterson analysis.
 """
 
 from fractions import Fraction
@@ -89,12 +90,16 @@ def baymem_text(example: Example, data: ModelData, grid, by_symbol: bool) -> str
     return "\n".join(lines) + "\n"
 
 
-def ffo_text(example: Example, data: ModelData) -> str:
+def ffo_text(example: Example, data: ModelData, squared: bool = False) -> str:
+    """With `squared`, the list holds |F|^2 with sigma(|F|^2) = 2 |F| sigma: the
+    coefficients of a Patterson function."""
     lines = [f"< '{example.name}' as an .ffo list, written by tools/make_reader_data.py:",
              "<   h   k   l        d            F   ...            X"]
     for r in data.individual:
         h, k, l = r.hkl
         f = r.f_obs.real if r.f_obs.imag == 0.0 else abs(r.f_obs)
         x = f / (4.0 * r.sigma ** 2)
+        if squared:
+            f, x = abs(r.f_obs) ** 2, 1.0 / (16.0 * r.sigma ** 2)
         lines.append(f"{h:4d}{k:4d}{l:4d} {r.d:8.5f} {f:12.5f} 0 0 0 0 {x:.8e}")
     return "\n".join(lines) + "\n"
