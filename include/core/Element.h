@@ -34,6 +34,7 @@ public:
   // them. 1 when only a record of the same element but another label matched.
   int SetFormFactor(FILE* file);
 
+  // The rows of elements.ini in file order; empty until loadDefPar.
   static ObjVector<ElementData> dPar;
 
   int atomicNumber = 0;

@@ -1,3 +1,4 @@
+// The Alb route's entry: element table, title and cell of the control file, then the rest of it.
 #include <cstdio>
 
 #include "app/IO.h"
