@@ -2,9 +2,3 @@
 #include "mem/MEMData3D.h"
 
 void MEMData::Cambridge() {}
-
-bool MEMData3D::ReadFOS(const std::string&) { return false; }
-bool MEMData3D::ReadBayMEM(const std::string&) { return false; }
-bool MEMData3D::ReadFFO(const std::string&) { return false; }
-bool MEMData3D::ReadAlb3D(const std::string&, float*) { return true; }
-void MEMData3D::CreateHKL0() {}

@@ -1,18 +1,13 @@
+// The Alb route's entry: element table, title and cell of the control file, then the rest of it.
 #include <cstdio>
 
 #include "app/IO.h"
 #include "app/TextLine.h"
-#include "mem/MEMData.h"
-// TEMPORARY while the element table is being written: drop the guard when it lands.
-#if __has_include("core/Element.h")
 #include "core/Element.h"
-#define HALVORIN_HAS_ELEMENTS 1
-#endif
+#include "mem/MEMData.h"
 
 bool MEMData::ReadAlb(const std::string& path) {
-#ifdef HALVORIN_HAS_ELEMENTS
     Element::loadDefPar();
-#endif
     // An Alb run always fills in the reflections that the data lack.
     param.estimateUnobserved = 1;
 

@@ -22,6 +22,7 @@
 #include "base/VectorD.h"
 #include "core/OperatorList.h"
 #include "mem/MEMData3D.h"
+#include "mem/PositionalReader.h"
 
 namespace {
 
@@ -327,12 +328,6 @@ void FcfScanner::classify() {
   weightF_.push_back(mem_.param.coefE / (sigma_ * sigma_));
 }
 
-// A grid with voxels along every axis whose cell of points fits the int
-// index of the Fourier library.
-bool usableGrid(const int* n) {
-  return n[0] >= 1 && n[1] >= 1 && n[2] >= 1 && (double)n[0] * n[1] * n[2] <= INT_MAX;
-}
-
 // Settles the cell, the symmetry and the grid, then fills the arrays of the
 // analysis. False, with nothing allocated, when the file gives no F(000) or
 // the cell is too large for a grid.
@@ -351,13 +346,10 @@ bool FcfScanner::storeValues() {
   uc.orthoMatrix.SetC2Ortho(uc.cell);
   uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
   uc.createSymmetryOP();
-  int* n = mem_.gridSize;
-  uc.CalcGridNo(n, (float)mem_.param.gridResolution);
-  if (!usableGrid(n)) {
-    IO::PrintError("The grid of %d x %d x %d voxels is too large.\n", n[0], n[1], n[2]);
+  // The file has no grid: it always follows the resolution.
+  mem_.gridSize[0] = mem_.gridSize[1] = mem_.gridSize[2] = 0;
+  if (!SettleGrid(mem_))
     return false;
-  }
-  mem_.voxelVolume = uc.orthoMatrix.Determinant() / ((double)n[0] * n[1] * n[2]);
   mem_.nRefF = (int)FobsRe_.size();
   mem_.nRefE = weak_.size();
   mem_.reflections.append(weak_);

@@ -6,12 +6,8 @@
 #include <cmath>
 #include <vector>
 
-#include "mem/MEMData.h"
-// TEMPORARY while the element table is being written: drop the guard when it lands.
-#if __has_include("core/Element.h")
 #include "core/Element.h"
-#define HALVORIN_HAS_ELEMENTS 1
-#endif
+#include "mem/MEMData.h"
 
 namespace {
 
@@ -31,9 +27,7 @@ constexpr int kMaxShells = 100000;
 // bins is absent and the roles of X and Y are exchanged against the textbook
 // regression); it steers nothing.
 void MEMData::Wilson(double& scale, double& Biso) {
-#ifdef HALVORIN_HAS_ELEMENTS
     Element::GetFormFactor(elements);
-#endif
     const int first = nRefUnobs;
     double dmin = FLT_MAX, dmax = 0.0;
     for (int i = 0; i < nRefF; ++i) {

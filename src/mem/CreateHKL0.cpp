@@ -1,0 +1,78 @@
+// Unobserved reflections: every reflection of the grid's index box that the data lack, analysed in Patterson symmetry.
+#include <algorithm>
+#include <cstdio>
+
+#include "mem/AlignedArray.h"
+#include "mem/MEMData3D.h"
+
+namespace {
+
+// Arrays over all reflections were sized by the reader, before the
+// generated ones existed; they are replaced here by arrays long enough for
+// the final counts. They hold nothing yet: the preparation of the
+// calculation fills them. The direct path's partial sums are sized later,
+// when the voxel blocks are built from the final counts, and need nothing.
+void enlargeReflectionArrays(MEMData& mem) {
+  const std::size_t nAll = (std::size_t)mem.nRefUnobs + mem.nRefF + mem.nRefG + mem.nRefE;
+  const std::size_t nWithUnobserved = (std::size_t)mem.nRefUnobs + mem.nRefF + mem.nRefG;
+  for (double** array : {&mem.dSdFRe, &mem.dSdFIm}) {
+    FreeAligned(*array);
+    *array = AllocateZeroed<double>(nAll);
+  }
+  for (double** array : {&mem.mergedDerivRe, &mem.mergedDerivIm}) {
+    FreeAligned(*array);
+    *array = AllocateZeroed<double>(nWithUnobserved);
+  }
+}
+
+}  // namespace
+
+// The reflections of the box |h| <= n/2 - 1 along each axis that are unique
+// in the Patterson symmetry are generated there, then expanded in the true
+// group. Those the true group forbids go to the head of the list, to be held
+// at zero; those the data do not hold go to the end, calculated only. The
+// cell then stays in Patterson symmetry for the rest of the run.
+void MEMData3D::CreateHKL0() {
+  UnitCell& uc = unitCell;
+  const int number = uc.spgNumber, setting = uc.spgSetting;
+  StructureFactor prototype(3);
+  char patterson[24] = "";
+  uc.getPattersonSymmetry(patterson);
+  uc.setSpgNameStandard(patterson);
+  uc.createSymmetryOP();
+
+  // A grid of fewer than four voxels along an axis has no index range there;
+  // a data file that could not be read leaves no grid at all.
+  int hmax[3];
+  for (int c = 0; c < 3; ++c)
+    hmax[c] = std::max(gridSize[c] / 2 - 1, 0);
+  ObjVector<StructureFactor> generated, absent;
+  StructureFactor::CreateReflectionList(generated, prototype, uc.symOp, uc.orthoInverse, hmax, 0.0,
+                                        0.0, true, 3);
+
+  uc.setSpgNumber(number, setting);
+  uc.createSymmetryOP();
+  StructureFactor::ExpandReflectionList(generated, absent, uc.symOp, uc.orthoInverse, 3, 1);
+  uc.setSpgNameStandard(patterson);
+  uc.createSymmetryOP();
+
+  nRefUnobs = absent.size();
+  ObjVector<StructureFactor> data = reflections;
+  reflections = absent;
+  reflections.append(data);
+  for (int i = nRefUnobs; i < nRefUnobs + nRefF; ++i) {
+    const StructureFactor& r = *reflections[i];
+    const int* h = r.hkl.item(0);
+    std::printf("%3d (%3d %3d %3d) m=%d di=%g\n", i, h[0], h[1], h[2], (int)r.hkl.nItems(), r.di);
+  }
+  StructureFactor::RemoveDuplicate(generated, reflections, uc.symOp, uc.orthoInverse, 3);
+  nRefE += generated.size();
+  reflections.append(generated);
+  enlargeReflectionArrays(*this);
+
+  if (param.fileType != 8) {
+    double scale = 0.0, Biso = 0.0;
+    Wilson(scale, Biso);
+    std::printf("scale=%f, Biso=%f\n", scale, Biso);
+  }
+}

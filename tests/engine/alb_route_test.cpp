@@ -1,0 +1,174 @@
+// The route that generates unobserved reflections: the list against an
+// independent enumeration, the element table against its source, and damaged
+// control files.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "core/Element.h"
+#include "readmem_support.h"
+#include "zspa_fixture.h"
+
+namespace {
+
+const std::string kReaderData = std::string(HALVORIN_TEST_DATA) + "/readers/";
+
+// Reads an .alb control file and its data, or a .mep data set, as the driver does.
+bool ReadRoute(MEMData3D& d, const std::string& path) {
+  LoadTablesOnce();
+  CapturedOutput quiet;
+  if (path.compare(path.size() - 4, 4, ".alb") == 0) {
+    d.ReadAlb(path);  // a failure shows in the data file that is then missing
+    return d.ReadFobs();
+  }
+  d.param.fileType = 8;
+  d.param.dataFile = path;
+  d.param.SetFileNames();
+  return d.ReadFobs();
+}
+
+// 1/d of each reflection by its first indices: reflections of equal 1/d
+// stand in an order that depends on the last bits of the cell.
+using Run = std::map<std::array<int, 3>, double>;
+
+Run RunOf(const MEMData3D& d, int first, int count) {
+  Run run;
+  for (int i = first; i < first + count; ++i) {
+    const int* h = d.reflections[i]->hkl.item(0);
+    run[{h[0], h[1], h[2]}] = d.reflections[i]->di;
+    EXPECT_TRUE(i == first || d.reflections[i - 1]->di <= d.reflections[i]->di) << i;
+  }
+  return run;
+}
+
+Run ReferenceRun(const std::string& name, int run) {
+  std::ifstream in(kReaderData + "hkl0_reference.txt");
+  Run rows;
+  std::string line, stem;
+  int r, h, k, l;
+  double di;
+  while (std::getline(in, line))
+    if (std::istringstream(line) >> stem >> r >> h >> k >> l >> di && stem == name && r == run)
+      rows[{h, k, l}] = di;
+  return rows;
+}
+
+// The same reflections, with 1/d equal but for the single precision of the cell.
+void ExpectSameRun(const Run& run, const Run& reference) {
+  ASSERT_EQ(run.size(), reference.size());
+  for (auto a = run.begin(), b = reference.begin(); a != run.end(); ++a, ++b) {
+    ASSERT_EQ(a->first, b->first);
+    EXPECT_NEAR(a->second, b->second, 1e-6 * b->second);
+  }
+}
+
+class GeneratedList : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
+
+TEST_P(GeneratedList, MatchesTheIndependentEnumeration) {
+  TestAnalysis d;
+  ASSERT_TRUE(ReadRoute(d, kReaderData + GetParam().second));
+  // The data list no reflections to be calculated only: all of these were generated.
+  const int firstAdded = d.nRefUnobs + d.nRefF + d.nRefG;
+  ExpectSameRun(RunOf(d, 0, d.nRefUnobs), ReferenceRun(GetParam().first, 1));
+  ExpectSameRun(RunOf(d, firstAdded, d.nRefE), ReferenceRun(GetParam().first, 4));
+  EXPECT_EQ(d.reflections.size(), firstAdded + d.nRefE);
+  EXPECT_EQ(d.unitCell.centric, 1);  // the Patterson symmetry
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    TetragonalHexagonalMonoclinic, GeneratedList,
+    ::testing::Values(std::make_pair("rutile", "rutile.alb"), std::make_pair("zno", "zno.mep"),
+                      std::make_pair("mono", "mono.mep")),
+    [](const auto& info) { return info.param.first; });
+
+TEST(GeneratedListBox, GridOfFourGivesIndicesUpToOne) {
+  std::string text = ReadText(kReaderData + "mono.mep");
+  text.replace(text.find("14 1 10 12 14"), 13, "14 1 4 4 4");
+  ScratchFile file(text, "four.mep");
+  TestAnalysis d;
+  ASSERT_TRUE(ReadRoute(d, file.path()));
+  int largest[3] = {0, 0, 0};
+  for (int i = d.nRefUnobs + d.nRefF; i < d.reflections.size(); ++i)
+    for (int c = 0; c < 3; ++c)
+      largest[c] = std::max(largest[c], std::abs(d.reflections[i]->hkl.item(0)[c]));
+  EXPECT_EQ(largest[0] * 100 + largest[1] * 10 + largest[2], 111);
+}
+
+double FormFactor(const Element& e, double s) {
+  const double a[] = {e.a1, e.a2, e.a3, e.a4, e.a5}, b[] = {e.b1, e.b2, e.b3, e.b4, e.b5};
+  double f = e.c;
+  for (int i = 0; i < 5; ++i)
+    f += a[i] * std::exp(-b[i] * s * s);
+  return f;
+}
+
+TEST(ElementTable, FormFactorsAgreeWithTheirSourceForEveryElement) {
+  LoadTablesOnce();
+  CapturedOutput quiet;
+  Element::dPar.clear();
+  ASSERT_TRUE(Element::loadDefPar());
+  FILE* asfdc = std::fopen((progvar + "asfdc").c_str(), "r");
+  ASSERT_NE(asfdc, nullptr);
+  std::ifstream in(kReaderData + "form_factors.txt");
+  std::string line;
+  int checked = 0;
+  Element e;
+  double f0, f05;
+  while (std::getline(in, line)) {
+    if (!(std::istringstream(line) >> e.symbol >> e.atomicNumber >> f0 >> f05))
+      continue;
+    SCOPED_TRACE(e.symbol);
+    int listed = 0;
+    for (const ElementData* row : Element::dPar)
+      listed += row->atomicNumber == e.atomicNumber && std::string(row->symbol) == e.symbol;
+    EXPECT_EQ(listed, 1);
+    EXPECT_EQ(e.SetFormFactor(asfdc), 0);
+    EXPECT_NEAR(FormFactor(e, 0.0), f0, 2e-5 * f0);
+    EXPECT_NEAR(FormFactor(e, 0.5), f05, 2e-5 * f0);
+    ++checked;
+  }
+  std::fclose(asfdc);
+  EXPECT_GT(checked, 90);
+}
+
+TEST(ElementTable, AlbElementsAreListedAsLiWithZeros) {
+  std::string text = ReadText(kReaderData + "rutile.alb");
+  text.replace(text.find("\n0\n0 5776"), 9, "\n2\nTi 2\nO 4\n0 5776");
+  TempDir dir;
+  TestAnalysis d;
+  LoadTablesOnce();
+  CapturedOutput table;
+  ASSERT_TRUE(d.ReadAlb(dir.write("rutile.alb", text)));
+  ASSERT_EQ(d.elements.size(), 2);
+  Element::GetFormFactor(d.elements);
+  const std::string zeros = "  li:  0.000000   0.000000   0.000000   0.000000   0.000000   0.000000\n"
+                            "       0.000000   0.000000   0.000000   0.000000   0.000000   0.000000\n";
+  EXPECT_EQ(table.text(), "         a1         a2         a3         a4         a5         c         \n"
+                          "         b1         b2         b3         b4         b5         bc        \n" +
+                              zeros + zeros + "\n");
+}
+
+// A control file cut anywhere, naming a data file cut short or missing: the
+// route reads what there is, or fails, without a fault.
+TEST(DamagedControlFiles, EveryTruncationRunsSafely) {
+  const std::string alb = ReadText(kReaderData + "rutile.alb");
+  const std::string ffo = ReadText(kReaderData + "rutile_p.ffo");
+  for (std::size_t cut = 0; cut <= alb.size(); cut += 9) {
+    TempDir dir;
+    dir.write("rutile_p.ffo", ffo.substr(0, (cut * 37) % ffo.size()));
+    TestAnalysis d;
+    const bool read = ReadRoute(d, dir.write("rutile.alb", alb.substr(0, cut)));
+    EXPECT_EQ(d.reflections.size(), d.nRefUnobs + d.nRefF + d.nRefG + d.nRefE) << cut;
+    EXPECT_TRUE(read || cut < alb.size());
+  }
+  TempDir dir;
+  TestAnalysis d;
+  EXPECT_FALSE(ReadRoute(d, dir.write("rutile.alb", alb)));
+}
+
+}  // namespace
