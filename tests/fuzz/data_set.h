@@ -11,14 +11,9 @@
 // cycles with all output files; larger ones would only slow the search down.
 constexpr int kFuzzedVoxels = 8 * 8 * 8;
 
-// Reads the input as a data set of the given file type and, when it is small
-// enough, prepares and runs a short analysis of it.
-inline void FuzzDataSet(const uint8_t* data, size_t size, int fileType, const char* extension) {
-    PrepareFuzzing();
-    MEMData3D mem;
-    mem.param.fileType = fileType;
-    mem.param.dataFile = WriteInput(data, size, extension);
-    mem.param.SetFileNames();
+// Reads the data set that the settings name and, when it is small enough,
+// prepares and runs a short analysis of it.
+inline void FuzzAnalysis(MEMData3D& mem) {
     mem.param.maxCycles = 2;
     // Formats without a grid of their own get a coarse one, so that they too
     // reach the analysis.
@@ -30,4 +25,22 @@ inline void FuzzDataSet(const uint8_t* data, size_t size, int fileType, const ch
     double stamp = omp_get_wtime();
     mem.PrepareCalculation(timer_function::check_timer, &stamp);
     mem.MaxEnt();
+}
+
+// The input as a data set of the given file type.
+inline void FuzzDataSet(const uint8_t* data, size_t size, int fileType, const char* extension) {
+    PrepareFuzzing();
+    MEMData3D mem;
+    mem.param.fileType = fileType;
+    mem.param.dataFile = WriteInput(data, size, extension);
+    mem.param.SetFileNames();
+    FuzzAnalysis(mem);
+}
+
+// An Alb control file, which names its reflection list, and the analysis it sets up.
+inline void FuzzAlbRoute(const std::string& controlFile) {
+    PrepareFuzzing();
+    MEMData3D mem;
+    mem.ReadAlb(controlFile);
+    FuzzAnalysis(mem);
 }
