@@ -97,6 +97,7 @@ int main(int argc, char** argv) {
         IO::PrintError("Failed to read input file:\n%s\n", mem.param.dataFile.c_str());
         exitAfterKey();
     }
+    if (!mem.GridFitsMemory()) exitAfterKey();
 
     // Reading is not timed: the clock starts here.
     double stamp = omp_get_wtime();

@@ -31,6 +31,10 @@ public:
   bool ReadAlb3D(const std::string& path, float* cell) override;
   // Adds the reflections of the index box that the data lack, in Patterson symmetry.
   void CreateHKL0();
+  // False, with a message, when the grid cannot fit into this computer's
+  // memory: a file may ask for any grid, and the run must end with a message
+  // rather than a failed allocation.
+  bool GridFitsMemory() const;
 
   // Output files and the restart and prior densities.
   int WriteOut();

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # What a user meets around an analysis: the program reached through a link in
 # a directory on PATH, a directory given as input, output that goes to a file
-# line by line, and a grid left to the program (0 0 0) whose density file
-# still holds F(000).
+# line by line, a grid too large for any memory, and a grid left to the
+# program (0 0 0) whose density file still holds F(000).
 set -u
 PROG=$(readlink -f "$1")
 SRC=$2
@@ -34,6 +34,12 @@ grep -q "Press Enter key" waiting.txt || { kill $pid; fail "nothing written whil
 echo >&3
 wait $pid
 exec 3>&-
+
+# A grid that no memory holds is refused before anything is allocated for it.
+sed 's/^136 1 48 48 32$/136 1 2000 2000 500/' rutile.mem > huge.mem
+sed 's/^rutile.mem$/huge.mem/' rutile.prf > huge.prf
+timeout 20 "$PROG" huge.prf </dev/null >huge.txt 2>&1 || fail "a huge grid: status $?"
+grep -q "voxels needs at least" huge.txt || fail "a huge grid was not refused"
 
 # Grid 0 0 0: chosen from the resolution, and the density still holds F(000).
 sed -i 's/^136 1 48 48 32$/136 1 0 0 0/' rutile.mem
