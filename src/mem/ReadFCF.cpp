@@ -366,13 +366,9 @@ bool FcfScanner::storeValues() {
 
 bool MEMData3D::ReadFCF(const std::string& path) {
   nGroups = 0;
-  FILE* f = IO::OpenInput(path);
-  if (!f) {
-    IO::Printf("Input file could not be opened.\n%s\n", path.c_str());
-    IO::PrintError("Press Enter key to exit.\n");
-    std::getchar();
+  FILE* f = OpenDataFile(path);
+  if (!f)
     return false;
-  }
   FcfScanner scanner(*this, f);
   scanner.scanAll();
   std::fclose(f);
