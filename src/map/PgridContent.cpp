@@ -1,6 +1,7 @@
 // Reading a density grid file with every size checked before it is used.
 #include "map/PgridContent.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -65,7 +66,7 @@ void CheckLength(long actual, long expected) {
 
 PgridContent ReadPgridContent(const std::string& path) {
     FilePtr file(fopen(path.c_str(), "rb"), fclose);
-    if (!file) throw MapError("cannot open the file");
+    if (!file) throw MapError(std::string("cannot open: ") + strerror(errno));
     FILE* f = file.get();
     const long size = FileSize(f);
     if (size < 16) throw MapError("not a .pgrid density grid file");

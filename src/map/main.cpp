@@ -28,8 +28,17 @@ void WritePicture(const MapOptions& o, const CellDensity& density, const std::ve
            l.plotTop + l.plotHeight - 1, section.xMin, section.xMax, section.yMin, section.yMax);
 }
 
+// Problems of the input are told with its name; those of an output name the output.
+CellDensity ReadDensity(const std::string& path) {
+    try {
+        return ExpandToCell(ReadPgridContent(path));
+    } catch (const MapError& e) {
+        throw MapError(path + ": " + e.what());
+    }
+}
+
 int Run(const MapOptions& o) {
-    const CellDensity density = ExpandToCell(ReadPgridContent(o.input));
+    const CellDensity density = ReadDensity(o.input);
     if (!o.quiet) PrintSummary(stdout, o.input, density, o.channel, o.nPeaks);
     const std::vector<float> values = density.Values(o.channel);
     if (!o.quiet && (!o.maps.empty() || !o.png.empty())) printf("\n");
@@ -57,10 +66,8 @@ int main(int argc, char** argv) {
     }
     try {
         return Run(options);
-    } catch (const MapError& e) {
-        fprintf(stderr, "halvorin-map: %s: %s\n", options.input.c_str(), e.what());
     } catch (const std::exception& e) {
-        fprintf(stderr, "halvorin-map: %s: %s\n", options.input.c_str(), e.what());
+        fprintf(stderr, "halvorin-map: %s\n", e.what());
     }
     return 1;
 }
