@@ -15,6 +15,16 @@ int Wrap(long long a, int n) {
     return static_cast<int>(r < 0 ? r + n : r);
 }
 
+// Small integer elements and a determinant of +-1: the rotations that map the
+// grid onto itself.
+bool IsLatticeRotation(const std::array<int, 9>& r) {
+    for (int e : r)
+        if (e < -3 || e > 3) return false;
+    const int det = r[0] * (r[4] * r[8] - r[7] * r[5]) - r[3] * (r[1] * r[8] - r[7] * r[2]) +
+                    r[6] * (r[1] * r[5] - r[4] * r[2]);
+    return det == 1 || det == -1;
+}
+
 std::vector<GridOperator> ReadOperators(const PgridContent& file) {
     std::vector<GridOperator> ops;
     if (file.header.gridType == 0) {
@@ -26,6 +36,7 @@ std::vector<GridOperator> ReadOperators(const PgridContent& file) {
         GridOperator op;
         for (int i = 0; i < 9; ++i) op.rot[i] = w[i];
         for (int i = 0; i < 3; ++i) op.shift[i] = w[9 + i];
+        if (!IsLatticeRotation(op.rot)) throw MapError("operator " + std::to_string(n + 1) + " is not a rotation");
         ops.push_back(op);
     }
     return ops;
@@ -81,6 +92,7 @@ CellDensity ExpandToCell(const PgridContent& file) {
     for (int i = 0; i < 6; ++i) d.cell[i] = h.cell[i];
     d.nChannel = h.nChannel;
     d.operators = ReadOperators(file);
+    if (!(d.Volume() > 1e-3)) throw MapError("the cell constants give no volume");
     if (h.gridType == 0 && h.nAsym != d.nPoints())
         throw MapError("a file without operators must hold every grid point");
 

@@ -85,7 +85,10 @@ MapOptions ParseMapOptions(int argc, char** argv) {
                 throw MapError("unknown map format of " + o.maps.back() + " (use .ccp4, .map, .mrc, .cube or .xsf)");
         } else if (arg == "--png") o.png = value();
         else if (arg == "--plane") o.plane.hkl = ParsePlane(value());
-        else if (arg == "--offset") o.plane.offset = ParseNumber(arg, value());
+        else if (arg == "--offset") {
+            o.plane.offset = ParseNumber(arg, value());
+            if (std::fabs(o.plane.offset) > 1e6) throw MapError("option --offset out of range");
+        }
         else if (arg == "--size") o.pictureSize = ParseCount(arg, value(), 32, 4096);
         else if (arg == "--channel") o.channel = ParseChannel(value());
         else if (arg == "--peaks") o.nPeaks = ParseCount(arg, value(), 0, 10000);

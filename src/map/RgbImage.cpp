@@ -79,6 +79,7 @@ void RgbImage::WritePng(const std::string& path) const {
         throw MapError("cannot write " + path);
     }
     png_init_io(png, f);
+    png_set_compression_level(png, 9);
     png_set_IHDR(png, info, width_, height_, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
