@@ -91,7 +91,7 @@ void DrawAxes(RgbImage& image, const Section& s, const PictureLayout& l) {
     image.Line(right, top, right, bottom, kInk);
 
     // Room for a label of four characters at every tick.
-    const double xStep = TickStep(s.xMax - s.xMin, std::clamp(l.plotWidth / 64, 1, 8));
+    const double xStep = TickStep(s.xMax - s.xMin, std::clamp(l.plotWidth / 48, 1, 8));
     for (double x = std::ceil(s.xMin / xStep) * xStep; x <= s.xMax + 1e-9; x += xStep) {
         const int p = l.plotLeft + static_cast<int>(std::lround((x - s.xMin) * l.pixelsPerAngstrom));
         image.Line(p, bottom, p, bottom + 5, kInk);
