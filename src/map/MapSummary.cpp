@@ -91,10 +91,12 @@ void PrintSummary(FILE* out, const std::string& path, const CellDensity& d, Chan
             d.cell[2], d.cell[3], d.cell[4], d.cell[5], d.Volume());
     fprintf(out, "Grid:          %d x %d x %d = %ld points, %zu in the asymmetric unit\n", d.gridSize[0],
             d.gridSize[1], d.gridSize[2], d.nPoints(), d.asymmetricUnit.size());
+    const size_t nOps = d.operators.size();
+    fprintf(out, "Symmetry:      %zu operator%s, ", nOps, nOps == 1 ? "" : "s");
     if (sg)
-        fprintf(out, "Symmetry:      %zu operators, space group %s (%d)\n", d.operators.size(), sg->hm, sg->number);
+        fprintf(out, "space group %s (%d)\n", sg->hm, sg->number);
     else
-        fprintf(out, "Symmetry:      %zu operators, not a tabulated space-group setting\n", d.operators.size());
+        fprintf(out, "not a tabulated space-group setting\n");
 
     fprintf(out, "\n%-10s %14s %14s %14s %14s\n", "Channel", "minimum", "maximum", "mean", "total charge");
     std::vector<Channel> shown = {Channel::Total};

@@ -3,9 +3,11 @@
   map_check.py peaks NAME SUMMARY NX NY NZ   peaks lie on the example's atoms
   map_check.py ccp4 MAP SG NX NY NZ CHARGE SIGN   gemmi reads the map back
   map_check.py png PICTURE CONSOLE            atoms bright, gaps dark
+  map_check.py p1grid MAP GRID                a grid file of the whole cell, no operators
 
 Exit status 77 when the module a check needs is missing."""
 import re
+import struct
 import sys
 import zlib
 
@@ -59,6 +61,20 @@ def ccp4(path, sg, nx, ny, nz, charge, sign):
             assert image == values[point], f"{(u, v, w)} and its image under {op.triplet()} differ"
 
 
+def p1grid(path, out):
+    """The map as a grid file without operators, with reserved header bytes."""
+    try:
+        import gemmi
+    except ImportError:
+        sys.exit(77)
+    g = gemmi.read_ccp4_map(path).grid
+    values = [g.get_value(u, v, w) for w in range(g.nw) for v in range(g.nv) for u in range(g.nu)]
+    c = g.unit_cell
+    header = struct.pack("<4i", 3, 0, 0, 4) + b"\xff" * 4 + b"whole cell".ljust(80, b"\0")
+    header += struct.pack("<8i6f", 1, 0, 1, 3, g.nu, g.nv, g.nw, len(values), c.a, c.b, c.c, c.alpha, c.beta, c.gamma)
+    open(out, "wb").write(header + struct.pack(f"<{len(values)}f", *values))
+
+
 def read_png(path):
     data = open(path, "rb").read()
     assert data[:8] == b"\x89PNG\r\n\x1a\n", "not a PNG file"
@@ -106,4 +122,4 @@ def png(path, console):
 
 
 if __name__ == "__main__":
-    {"peaks": peaks, "ccp4": ccp4, "png": png}[sys.argv[1]](*sys.argv[2:])
+    {"peaks": peaks, "ccp4": ccp4, "png": png, "p1grid": p1grid}[sys.argv[1]](*sys.argv[2:])

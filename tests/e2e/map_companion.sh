@@ -41,6 +41,12 @@ readback rutile.ccp4 rutile "$(fact rutile f000_plus)" 1
 readback zno.mrc zno "$(fact zno f000_plus)" 1
 readback plus.map rutile_n "$(fact rutile_n f000_plus)" 1
 readback minus.map rutile_n "$(fact rutile_n f000_minus)" -1
+# The whole cell as a grid without operators comes back unchanged, in P 1.
+if check p1grid rutile.ccp4 whole.pgrid; then
+    maps whole.pgrid -o whole.ccp4
+    check ccp4 whole.ccp4 1 $(fact rutile grid) "$(fact rutile f000_plus)" 1 || fail "read-back of whole.ccp4"
+    cmp -s <(tail -c 294912 rutile.ccp4) <(tail -c 294912 whole.ccp4) || fail "whole-cell values differ"
+fi
 
 # A section z = 1/2 through rutile: Ti at the centre brightest, O less, the gaps darkest.
 "$MAP" rutile.pgrid --png half.png --plane ab --offset 0.5 > picture.txt || fail "picture"
