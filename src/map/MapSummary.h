@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "map/CellDensity.h"

@@ -2,6 +2,7 @@
 #include "map/PgridContent.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -88,11 +89,13 @@ PgridContent ReadPgridContent(const std::string& path) {
         nOps = block[0];
         if (nOps < 1 || nOps > kMaxOperators || block[2] != 1)
             throw MapError("operator block is damaged");
+    }
+    CheckLength(size, h.version[3] + PgridFileSize(h.gridType, h.nChannel, nOps, h.nAsym));
+    if (h.gridType == 1) {
         ReadArray(f, c.operators, 12 * static_cast<size_t>(nOps));
         std::vector<int32_t> origin;
         ReadArray(f, origin, 3);
     }
-    CheckLength(size, h.version[3] + PgridFileSize(h.gridType, h.nChannel, nOps, h.nAsym));
 
     const size_t records = static_cast<size_t>(h.nAsym);
     const size_t perRecord = static_cast<size_t>(h.nChannel) + (h.gridType == 1 ? 1 : 0);
@@ -107,7 +110,10 @@ PgridContent ReadPgridContent(const std::string& path) {
             std::memcpy(&index, p++, sizeof index);
             c.index.push_back(index);
         }
-        c.values.insert(c.values.end(), p, p + h.nChannel);
+        for (int k = 0; k < h.nChannel; ++k) {
+            if (!std::isfinite(p[k])) throw MapError("voxel " + std::to_string(r + 1) + " holds no number");
+            c.values.push_back(p[k]);
+        }
     }
     return c;
 }

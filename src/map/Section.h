@@ -26,12 +26,11 @@ struct Section {
     double uLength = 0;               // |u| in angstrom
     std::array<double, 2> vPlane{};   // v in plane coordinates
     double xMin = 0, xMax = 0, yMin = 0, yMax = 0;  // bounding box of the plane cell
+    std::array<double, 3> e1{}, e2{};                // Cartesian unit vectors of X and Y
+    std::array<double, 9> orth{}, frac{};            // fractional to Cartesian and back, by rows
 
     // Fractional coordinates of the point at plane coordinates (X, Y).
     std::array<double, 3> Fractional(double x, double y) const;
-
-    std::array<double, 3> e1{}, e2{};  // Cartesian unit vectors of X and Y
-    std::array<double, 9> orth{}, frac{};  // row-major fractional <-> Cartesian
 };
 
 // Throws MapError for the plane (0 0 0).
