@@ -1,7 +1,6 @@
 // The density grid file: writing the result, and reading it back as restart density or prior.
 #include "mem/GridFile.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
