@@ -1,7 +1,6 @@
 // The density grid file: writing the result, and reading it back as restart density or prior.
 #include "mem/GridFile.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -14,8 +13,6 @@
 
 namespace {
 
-constexpr long kHeaderBytes = 152;
-
 template <class T>
 void Put(FILE* f, T value) {
     static_assert(sizeof(T) == 4, "grid file values are 4 bytes");
@@ -27,17 +24,6 @@ void Put(FILE* f, T value) {
 template <class T>
 void Get(FILE* f, T& value) {
     fread_LE(&value, sizeof value, 1, f);
-}
-
-void SkipBytes(FILE* f, long count) {
-    for (long i = 0; i < count && fgetc(f) != EOF; ++i) {
-    }
-}
-
-void SkipInts(FILE* f, long long count) {
-    int32_t scratch;
-    for (long long i = 0; i < count && fread_LE(&scratch, 4, 1, f) == 1; ++i) {
-    }
 }
 
 // The users of a restart or prior file are told why it is not used, and the
@@ -163,38 +149,6 @@ void ForEachFileVoxel(FILE* f, const PgridHeader& h, const ObjVector<ThreadData>
 }
 
 }  // namespace
-
-void ReadPgridHeader(FILE* f, PgridHeader& h) {
-    for (int32_t& word : h.version) Get(f, word);
-    SkipBytes(f, h.version[3]);
-    fread_LE(h.title, sizeof h.title, 1, f);
-    Get(f, h.constant);
-    Get(f, h.gridType);
-    Get(f, h.nChannel);
-    Get(f, h.dimension);
-    for (int32_t& n : h.gridSize) Get(f, n);
-    Get(f, h.nAsym);
-    for (float& c : h.cell) Get(f, c);
-}
-
-void SkipPgridOperators(FILE* f) {
-    int32_t nOps = 0, constant = 0, nOrigins = 0;
-    Get(f, nOps);
-    Get(f, constant);
-    Get(f, nOrigins);
-    SkipInts(f, 12LL * std::max(nOps, 0));
-    SkipInts(f, 3LL * std::max(nOrigins, 0));
-}
-
-long PgridFileSize(int gridType, int valuesPerVoxel, int nSymOp, int nAsym) {
-    long operators = gridType == 1 ? 12 + 48L * nSymOp + 12 : 0;
-    long perVoxel = 4L * valuesPerVoxel + (gridType == 1 ? 4 : 0);
-    return kHeaderBytes + operators + perVoxel * nAsym;
-}
-
-std::string PriorFileName(const std::string& gridFile) {
-    return gridFile.substr(0, gridFile.rfind('.')) + "_prior.pgrid";
-}
 
 int MEMData3D::WritePgrid() {
     AtomicFile file(param.gridFile, "wb");
