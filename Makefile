@@ -60,7 +60,7 @@ fuzz: deps
 	for target in build-fuzz/tests/fuzz/*_fuzz; do \
 	  name=$$(basename $$target _fuzz); mkdir -p build-fuzz/corpus/$$name; \
 	  echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  OMP_NUM_THREADS=1 $$target -max_total_time=$(FUZZ_SECONDS) -timeout=20 -rss_limit_mb=4096 \
+	  OMP_NUM_THREADS=1 $$target -max_total_time=$(FUZZ_SECONDS) -timeout=120 -rss_limit_mb=4096 \
 	    -artifact_prefix=build-fuzz/artifacts/$$name- build-fuzz/corpus/$$name tests/fuzz/corpus/$$name \
 	    2>build-fuzz/$$name.log || status=1; \
 	  tail -n 2 build-fuzz/$$name.log; \
