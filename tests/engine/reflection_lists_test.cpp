@@ -39,78 +39,44 @@ std::vector<int> item(const StructureFactor& sf, int j) {
   return {h[0], h[1], h[2]};
 }
 
-class ScrewAxis : public ::testing::Test {
-protected:
-  void SetUp() override {
-    ops.add(op(kIdentity));
-    ops.add(op({-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, 0.5, 0}));   // (-x, y + 1/2, -z)
-  }
+// (-x, y + 1/2, -z): 0 1 0 is absent but stays listed with its raw sums
+// (cos 0 + cos pi, sin 0 + sin pi) in place of the phase pair; 0 2 0 keeps
+// what a reader stored and has stabiliser 2; Friedel mates follow in the
+// order of the items they come from, with negated phases.
+TEST(Expand, ScrewAxisAbsencesStabilisersAndFriedelMates) {
   ObjVector<MatrixD> ops;
+  ops.add(op(kIdentity));
+  ops.add(op({-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, 0.5, 0}));
   ObjVector<StructureFactor> list, absent;
+  for (int k : {1, 2})
+    list.add(reflection(0, k, 0));
+  list.add(reflection(1, 1, 2));
+  for (StructureFactor* f : list)
+    f->A = 3.0;
   UnitMetric metric;
-};
-
-TEST_F(ScrewAxis, OddReflectionAlongTheAxisIsAbsentButStaysListed) {
-  list.add(reflection(0, 1, 0));
-  list[0]->A = 3.0;
-  list[0]->B = 4.0;
   EXPECT_EQ(StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1), 1);
-  ASSERT_EQ(list.size(), 1);
   ASSERT_EQ(absent.size(), 1);
   EXPECT_EQ(absent[0], list[0]);
   EXPECT_EQ(list[0]->A, 0.0);
-  EXPECT_EQ(list[0]->B, 0.0);
-  EXPECT_EQ(list[0]->stabilizerOrder, 1);
-  EXPECT_DOUBLE_EQ(list[0]->di, 1.0);
-  // cos 0 + cos pi and sin 0 + sin pi, kept as they are.
-  EXPECT_LT(std::fabs(list[0]->phase.item(0)[0]), 1.1920928955078125e-07);
-  EXPECT_LT(std::fabs(list[0]->phase.item(0)[1]), 1.1920928955078125e-07);
-  EXPECT_EQ(item(*list[0], 0), (std::vector<int>{0, 1, 0}));
-}
+  EXPECT_LT(std::fabs(list[0]->phase.item(0)[0]), 1.2e-07);
+  EXPECT_LT(std::fabs(list[0]->phase.item(0)[1]), 1.2e-07);
 
-TEST_F(ScrewAxis, EvenReflectionHasStabiliserTwoAndOneFriedelMate) {
-  list.add(reflection(0, 2, 0));
-  list[0]->A = 3.0;
-  EXPECT_EQ(StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1), 0);
-  const StructureFactor& sf = *list[0];
-  EXPECT_EQ(sf.stabilizerOrder, 2);
-  EXPECT_EQ(sf.A, 3.0);   // an allowed reflection keeps what a reader stored
-  ASSERT_EQ(sf.hkl.nItems(), 2u);
-  EXPECT_EQ(item(sf, 0), (std::vector<int>{0, 2, 0}));
-  EXPECT_EQ(item(sf, 1), (std::vector<int>{0, -2, 0}));
-  EXPECT_EQ(sf.phase.item(0)[0], 0.0);
-  EXPECT_EQ(sf.phase.item(0)[1], 1.0);
-  EXPECT_EQ(sf.phase.item(1)[0], 0.0);
-  EXPECT_TRUE(std::signbit(sf.phase.item(1)[0]));
-  EXPECT_EQ(sf.phase.item(1)[1], -1.0);
-}
+  const StructureFactor& even = *list[1];
+  EXPECT_EQ(even.stabilizerOrder, 2);
+  EXPECT_EQ(even.A, 3.0);
+  ASSERT_EQ(even.hkl.nItems(), 2u);
+  EXPECT_EQ(item(even, 1), (std::vector<int>{0, -2, 0}));
+  EXPECT_TRUE(std::signbit(even.phase.item(1)[0]));
+  EXPECT_EQ(even.phase.item(1)[1], -1.0);
 
-TEST_F(ScrewAxis, GeneralReflectionCarriesTheScrewPhase) {
-  list.add(reflection(1, 1, 2));
-  StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1);
-  const StructureFactor& sf = *list[0];
-  ASSERT_EQ(sf.hkl.nItems(), 4u);
-  EXPECT_EQ(item(sf, 1), (std::vector<int>{-1, 1, -2}));
-  EXPECT_DOUBLE_EQ(sf.phase.item(1)[0], 0.5);
-  // Friedel mates follow in the order of the items they come from.
-  EXPECT_EQ(item(sf, 2), (std::vector<int>{-1, -1, -2}));
-  EXPECT_EQ(item(sf, 3), (std::vector<int>{1, -1, 2}));
-  EXPECT_DOUBLE_EQ(sf.phase.item(3)[0], -0.5);
-  EXPECT_EQ(sf.phase.item(3)[1], -1.0);
-}
-
-TEST(Expand, InversionMakesEveryNegativeAnEquivalent) {
-  ObjVector<MatrixD> ops;
-  ops.add(op(kIdentity));
-  ops.add(op(kInversion));
-  UnitMetric metric;
-  for (int friedel : {0, 1}) {
-    ObjVector<StructureFactor> list, absent;
-    list.add(reflection(1, 2, 3));
-    StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, friedel);
-    ASSERT_EQ(list[0]->hkl.nItems(), 2u);
-    EXPECT_EQ(item(*list[0], 1), (std::vector<int>{-1, -2, -3}));
-    EXPECT_EQ(list[0]->phase.item(1)[1], 1.0);
+  const StructureFactor& general = *list[2];
+  ASSERT_EQ(general.hkl.nItems(), 4u);
+  const std::vector<std::vector<int>> items = {{1, 1, 2}, {-1, 1, -2}, {-1, -1, -2}, {1, -1, 2}};
+  const double phases[4][2] = {{0.0, 1.0}, {0.5, 1.0}, {-0.0, -1.0}, {-0.5, -1.0}};
+  for (int j = 0; j < 4; ++j) {
+    EXPECT_EQ(item(general, j), items[j]);
+    EXPECT_DOUBLE_EQ(general.phase.item(j)[0], phases[j][0]) << j;
+    EXPECT_EQ(general.phase.item(j)[1], phases[j][1]) << j;
   }
 }
 
