@@ -1,0 +1,148 @@
+// The global space-group table loaded once per test program, the generator's
+// summary of every setting (tests/data/settings_summary.tsv) as independent
+// truth, and cells that fit each setting.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "app/IO.h"
+#include "base/VectorD.h"
+#include "common/CapturedOutput.h"
+#include "core/SpaceGroup.h"
+#include "core/UnitCell.h"
+
+struct LoadResult {
+  bool ok = false;
+  std::string messages;
+};
+
+// Loads the table on first use and tells how that went; later calls only report.
+inline const LoadResult& LoadedTable() {
+  static const LoadResult result = [] {
+    progvar = std::string(HALVORIN_DATA_DIR) + "/";
+    CapturedOutput captured;
+    LoadResult r;
+    r.ok = _SpaceGroup::LoadSpaceGroupStd();
+    r.messages = captured.all();
+    return r;
+  }();
+  return result;
+}
+
+struct SettingSummary {
+  int number = 0, setting = 0;
+  std::string symbol;
+  int operators = 0;  // the full list the loader builds
+  int centric = 0;
+  char lattice = 0;
+  int grid[3] = {0, 0, 0};  // least grid of the fixed Wyckoff coordinates
+  int positions = 0;
+};
+
+// Rows in file order; comment lines start with '#', the first other line names the columns.
+inline std::vector<SettingSummary> ReadSettingsSummary() {
+  std::ifstream in(std::string(HALVORIN_TEST_DATA) + "/settings_summary.tsv");
+  std::vector<SettingSummary> rows;
+  bool header = true;
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#')
+      continue;
+    if (header) {
+      header = false;
+      continue;
+    }
+    std::istringstream fields(line);
+    std::vector<std::string> f;
+    for (std::string field; std::getline(fields, field, '\t');)
+      f.push_back(field);
+    if (f.size() < 11)
+      continue;
+    SettingSummary row;
+    row.number = std::stoi(f[0]);
+    row.setting = std::stoi(f[1]);
+    row.symbol = f[2];
+    row.operators = std::stoi(f[3]);
+    row.centric = std::stoi(f[5]);
+    row.lattice = f[6].empty() ? 0 : f[6][0];
+    for (int i = 0; i < 3; ++i)
+      row.grid[i] = std::stoi(f[7 + i]);
+    row.positions = std::stoi(f[10]);
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+// A cell of the crystal family of the setting, with an oblique angle only
+// where the family has one. Monoclinic groups with cell choices run b, c, a,
+// -b, -c, -a unique in threes; the others b, c, a.
+inline void SetCellFor(UnitCell& uc, int number, int setting) {
+  float cell[6] = {7.1f, 8.3f, 9.7f, 90.0f, 90.0f, 90.0f};
+  const bool cellChoices = number == 5 || (number >= 7 && number <= 9) || (number >= 12 && number <= 15);
+  const _SpaceGroup* entry = FindSpaceGroupSetting(number, setting);
+  if (number <= 2) {
+    cell[3] = 81.0f, cell[4] = 97.0f, cell[5] = 103.0f;
+  } else if (number <= 15) {
+    const int axisOrder[3] = {1, 2, 0};
+    cell[3 + axisOrder[cellChoices ? ((setting - 1) / 3) % 3 : (setting - 1) % 3]] = 104.5f;
+  } else if (number >= 75 && number <= 142) {
+    cell[1] = cell[0];
+  } else if (number >= 143 && number <= 194 && entry && entry->name[0] == 'R' && setting == 2) {
+    cell[1] = cell[2] = cell[0];
+    cell[3] = cell[4] = cell[5] = 77.0f;
+  } else if (number >= 143 && number <= 194) {
+    cell[1] = cell[0];
+    cell[5] = 120.0f;
+  } else if (number >= 195) {
+    cell[1] = cell[2] = cell[0];
+  }
+  for (int i = 0; i < 6; ++i)
+    uc.cell[i] = cell[i];
+  uc.orthoMatrix.SetC2Ortho(uc.cell);
+  uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
+}
+
+// Chooses the setting by its numbers in a fitting cell and expands it.
+inline void ChooseSetting(UnitCell& uc, int number, int setting) {
+  uc.Initialize();
+  SetCellFor(uc, number, setting);
+  uc.setSpgNumber(number, setting);
+  uc.createSymmetryOP();
+}
+
+// A cell with the given lengths and angles; the lookup by symbol reads only these.
+inline UnitCell CellOf(float a, float b, float c, float alpha, float beta, float gamma) {
+  UnitCell uc;
+  const float cell[6] = {a, b, c, alpha, beta, gamma};
+  for (int i = 0; i < 6; ++i)
+    uc.cell[i] = cell[i];
+  return uc;
+}
+
+// An operator as whole numbers: rotation entries, and translations in
+// millionths of the cell edge, so that sets of operators compare exactly.
+using OperatorKey = std::array<long, 12>;
+
+inline OperatorKey keyOf(const MatrixD& op) {
+  OperatorKey key;
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j)
+      key[3 * i + j] = std::lround(op(i, j));
+    double t = op(i, 3);
+    VectorD::Fractionalize(&t, 1);
+    key[9 + i] = std::lround(t * 1e6) % 1000000;
+  }
+  return key;
+}
+
+inline std::set<OperatorKey> keysOf(const ObjVector<MatrixD>& ops) {
+  std::set<OperatorKey> keys;
+  for (MatrixD* op : ops)
+    keys.insert(keyOf(*op));
+  return keys;
+}
