@@ -38,7 +38,8 @@ void expectNear(const MatrixD& A, const MatrixD& B, double tolerance) {
       EXPECT_NEAR(A(i, j), B(i, j), tolerance) << "element (" << i << ", " << j << ")";
 }
 
-TEST(MatrixInverse, InverseTimesMatrixIsIdentity) {
+// Permutations need row exchanges: the sign of the determinant must come from the pivots.
+TEST(MatrixInverse, InverseAndDeterminant) {
   const MatrixDD A = fromRows(4, 4, {4, -2, 1, 0.5, 3, 6, -4, 2, 2, 1, 8, -1, 0.25, -3, 2, 5});
   const MatrixDD Ainv(A, 'I');
   MatrixDD product(4, 4), identity(4, 4);
@@ -47,10 +48,6 @@ TEST(MatrixInverse, InverseTimesMatrixIsIdentity) {
   expectNear(product, identity, 1e-13);
   product.GeMM(A, Ainv);
   expectNear(product, identity, 1e-13);
-}
-
-TEST(MatrixDeterminant, KnownValuesAndPivotSigns) {
-  // Permutations need row exchanges: the sign must come from the pivots.
   EXPECT_NEAR(fromRows(3, 3, {0, 1, 0, 0, 0, 1, 1, 0, 0}).Determinant(), 1.0, 1e-15);
   EXPECT_NEAR(fromRows(3, 3, {0, 1, 0, 1, 0, 0, 0, 0, 1}).Determinant(), -1.0, 1e-15);
   EXPECT_NEAR(fromRows(3, 3, {2, -3, 1, 2, 0, -1, 1, 4, 5}).Determinant(), 49.0, 1e-12);
