@@ -57,6 +57,13 @@ for prf in "$SRC"/examples/*.prf; do
         "$C" "$CONF" "$CONG" "$D" "$RF" "$WRF")
     [ "$(grep -A3 '^ CYCLE 0:$' console.txt; echo .)" = "$expected"$'\n\n.' ] || fail "$ex: cycle 0 lines and the empty line after them"
     awk_true "$C > 1 && $D == 0 && $RF > 0 && ($(f nref_g) > 0 || $CONG == 0)" || fail "$ex: cycle 0: $C $D $RF $CONG"
+    # Later cycles in formats of their own.
+    read -r _ _ _ L <<<"$(grep '^ CYCLE 10:' console.txt | tr '=' ' ')"
+    read -r _ _ C _ _ CONF _ _ CONG <<<"$(grep -A1 '^ CYCLE 10:' console.txt | tail -1)"
+    read -r _ _ D _ _ RF _ _ WRF <<<"$(grep -A2 '^ CYCLE 10:' console.txt | tail -1)"
+    expected=$(printf ' CYCLE 10: Lambda=%E\n CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E\n  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n' \
+        "$L" "$C" "$CONF" "$CONG" "$D" "$RF" "$WRF")
+    [ "$(grep -A3 '^ CYCLE 10:' console.txt; echo .)" = "$expected"$'\n\n.' ] || fail "$ex: cycle 10 lines"
 
     # The report, the grid file and the density.
     grep -qx "  in the unit cell (neutron diffraction): $(awk -v p="$(f f000_plus)" -v m="$(f f000_minus)" 'BEGIN { print p + 0 ", " m + 0 }')" $ex.out ||

@@ -1,4 +1,5 @@
-// Derivatives of the constraint, by the density and by A and B, against central differences.
+// Derivatives of the constraint (by the density and by A and B) and of the
+// entropy, against central differences.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -118,6 +119,32 @@ TEST(ConstraintDerivative, ByStructureFactorsMatchesFiniteDifferences) {
             const double dB = Difference(*mem, &f->B, 1e-6 * std::max(std::fabs(f->B), 1.0), false);
             EXPECT_NEAR(dIm[i], dB, 1e-5 * std::max(std::fabs(dB), 1.0)) << "B of reflection " << i;
         }
+    }
+}
+
+// For the unknowns x with m * rho = x^2, the entropy sum S and its gradient g
+// satisfy dS/dx = 2 x g; their total Q is the charge.
+TEST(EntropyDerivative, BySquareRootUnknownsMatchesFiniteDifferences) {
+    auto mem = MakePreparedAnalysis({"P 21/c", {6.0f, 7.0f, 8.0f, 90.0f, 100.0f, 90.0f}, {6, 4, 6},
+                                     {{1, 0, 0}, {0, 1, 1}, {1, 1, 1}, {0, 2, 0}}});
+    ThreadData* b = mem->threads[0];
+    for (int v = 0; v < b->nVoxel; ++v)
+        b->rho1Old[v] = std::sqrt(b->multiplicity[v] * b->rho1[v]) * (1.0 + 0.1 * std::sin(v));
+    VectorXD g(b->nVoxel), scratch(b->nVoxel);
+    double S = 0.0, Q = 0.0, total = 0.0, q = 0.0;
+    b->BFGS_calc_pRho(g, S, Q);
+    for (int v = 0; v < b->nVoxel; ++v)
+        total += b->multiplicity[v] * b->rho1[v];
+    EXPECT_NEAR(Q, total, 1e-12 * total);
+    for (int v : {0, b->nVoxel / 2, b->nVoxel - 1}) {
+        const double x = b->rho1Old[v], h = 1e-6 * x;
+        double up = 0.0, down = 0.0;
+        b->rho1Old[v] = x + h;
+        b->BFGS_calc_pRho(scratch, up, q);
+        b->rho1Old[v] = x - h;
+        b->BFGS_calc_pRho(scratch, down, q);
+        b->rho1Old[v] = x;
+        EXPECT_NEAR((up - down) / (2 * h), 2 * x * g[v], 1e-6 * std::fabs(2 * x * g[v]) + 1e-9);
     }
 }
 
