@@ -80,18 +80,6 @@ TEST(Dialogue, OtherAlgorithmsSkipZSPAQuestionsAndAskForPrior) {
                                "eps 0 cycles 600 fractions 1 0 0 0 0 0 0 0 grid 0.1");
 }
 
-TEST(Dialogue, ConditionFileNameIsReadInstead) {
-    TempDir tmp;
-    tmp.write("c.prf", "$PREFERENCES\nd.fos\no\ng\nf\ne\n0\n0\n2\n");
-    MEMParam p;
-    bool ok = false;
-    const std::string out = converse(p, ("\"" + tmp.file("c.prf") + "\"").c_str(), "", ok);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(p.dataFile, tmp.file("d.fos"));
-    EXPECT_EQ(p.algorithm, 2);
-    EXPECT_EQ(out, "");
-}
-
 TEST(Dialogue, UnsupportedOrEmptyNameAsksNothing) {
     MEMParam unsupported;
     bool result = true;
