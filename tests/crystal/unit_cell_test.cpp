@@ -1,6 +1,8 @@
 // The unit cell: a custom operator list, a transformed cell, and the grid rule.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "table_fixture.h"
 
 TEST(SymmetryOperators, ACustomListStaysInForce) {
@@ -15,29 +17,23 @@ TEST(SymmetryOperators, ACustomListStaysInForce) {
     UnitCell::convertXYZ2Matrix_Q4(text, *op);
     ops.add(op);
   }
+  // Custom name, no crystal system, the old number kept for the grid rule; the
+  // list itself in use, shared, not a copy.
   EXPECT_EQ(0, uc.setSpgFromSymmetryOP(ops));
   EXPECT_STREQ("Custom", uc.spgName);
-  EXPECT_EQ(0, uc.crystalSystem);
-  EXPECT_EQ(75, uc.spgNumber) << "the old choice stays for the grid rule";
   uc.createSymmetryOP();
   ASSERT_EQ(2, uc.symOp.size());
-  EXPECT_EQ(ops[1], uc.symOp[1]) << "the list itself, shared, not a copy";
-  EXPECT_EQ(2, ops[1]->refCount);
-  EXPECT_EQ(1, uc.latticeCount);
-  EXPECT_EQ(0, uc.centric);
-  EXPECT_EQ(2, uc.rotOp.size());
-
+  EXPECT_EQ(ops[1], uc.symOp[1]);
+  EXPECT_EQ((std::vector<int>{0, 75, 2, 1, 0, 2}),
+            (std::vector<int>{uc.crystalSystem, uc.spgNumber, ops[1]->refCount, uc.latticeCount, uc.centric, uc.rotOp.size()}));
   // Choosing by number renames, but the custom list stays the one in use.
   EXPECT_EQ(16, uc.setSpgNumber(16, 1));
   EXPECT_STREQ("P 2 2 2", uc.spgName);
-  EXPECT_EQ(0, uc.crystalSystem);
   uc.createSymmetryOP();
-  EXPECT_EQ(2, uc.symOp.size());
-
+  EXPECT_EQ((std::vector<int>{0, 2}), (std::vector<int>{uc.crystalSystem, uc.symOp.size()}));
   // The same list handed in as symOp itself keeps its objects and counts.
   EXPECT_EQ(0, uc.setSpgFromSymmetryOP(uc.symOp));
-  EXPECT_EQ(2, uc.symOp.size());
-  EXPECT_EQ(2, ops[0]->refCount);
+  EXPECT_EQ((std::vector<int>{2, 2}), (std::vector<int>{uc.symOp.size(), ops[0]->refCount}));
 }
 
 // A cell in use with c doubled against the tabulated one: its operators gain
@@ -72,13 +68,10 @@ TEST(CellTransform, DoubledAxisAddsItsTranslationAndIsRecognised) {
   ASSERT_EQ(8u, expected.size());
 
   EXPECT_EQ(14, uc.setSpgFromSymmetryOP(ops));
-  EXPECT_EQ(1, uc.spgSetting);
-  EXPECT_EQ(1, uc.centering.size());
-  EXPECT_EQ(0, uc.centeringInv.size());
+  EXPECT_EQ((std::vector<int>{1, 1, 0}), (std::vector<int>{uc.spgSetting, uc.centering.size(), uc.centeringInv.size()}));
   uc.createSymmetryOP();
   EXPECT_EQ(expected, keysOf(uc.symOp));
-  EXPECT_EQ(8, uc.symOp.size());
-  EXPECT_EQ(4, uc.rotOp.size());
+  EXPECT_EQ((std::vector<int>{8, 4}), (std::vector<int>{uc.symOp.size(), uc.rotOp.size()}));
   EXPECT_TRUE(uc.symOp[0]->IsEqualTo(identity)) << "the table's order, identity first";
 }
 
