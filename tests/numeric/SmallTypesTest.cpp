@@ -15,18 +15,14 @@ double fractionalized(double x) {
   return x;
 }
 
+// Reduced to [0, 1), values within the tolerance of an integer becoming 0;
+// twice the tolerance away from an integer a value stays.
 TEST(Fractionalize, ReducesToUnitIntervalWithNearIntegersZero) {
-  EXPECT_EQ(fractionalized(-0.25), 0.75);
-  EXPECT_EQ(fractionalized(-3.5), 0.5);
-  EXPECT_EQ(fractionalized(1.0), 0.0);
-  EXPECT_EQ(fractionalized(0.99999999), 0.0);
-  EXPECT_EQ(fractionalized(-1e-9), 0.0);
-  EXPECT_EQ(fractionalized(2.0 + 0.5 * kEps), 0.0);
-  EXPECT_EQ(fractionalized(0.9999), 0.9999);
-  // Twice the tolerance away from an integer, the value stays.
-  EXPECT_NEAR(fractionalized(1.0 - 2 * kEps), 1.0 - 2 * kEps, 1e-16);
-  EXPECT_NEAR(fractionalized(2 * kEps), 2 * kEps, 1e-16);
-
+  const double cases[][2] = {{-0.25, 0.75}, {-3.5, 0.5},  {1.0, 0.0},          {0.99999999, 0.0},
+                             {-1e-9, 0.0},  {2.0 + 0.5 * kEps, 0.0}, {0.9999, 0.9999},
+                             {1.0 - 2 * kEps, 1.0 - 2 * kEps}, {2 * kEps, 2 * kEps}};
+  for (const auto& c : cases)
+    EXPECT_NEAR(fractionalized(c[0]), c[1], 1e-16) << c[0];
   double t[3] = {-0.5, 1.0, 2.75};
   VectorD::Fractionalize(t, 2);
   EXPECT_EQ(t[0], 0.5);
