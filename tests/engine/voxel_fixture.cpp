@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <random>
 #include <stdexcept>
 
@@ -56,16 +55,13 @@ void AddDistinct(MEMData3D& mem, const std::vector<std::array<int, 3>>& candidat
 }  // namespace
 
 const TestGroup& GroupBySymbol(const std::string& symbol) {
-    static const std::map<std::string, TestGroup> groups = {
-        {"P 1", {"P 1", 1, 1}},           {"P -1", {"P -1", 2, 1}},
-        {"P 21/c", {"P 1 21/c 1", 14, 1}}, {"P 42/m n m", {"P 42/m n m", 136, 1}},
-        {"F m -3 m", {"F m -3 m", 225, 1}}, {"R -3 m", {"R -3 m", 166, 1}},
-        {"P 63/m m c", {"P 63/m m c", 194, 1}}, {"P 32 2 1", {"P 32 2 1", 154, 1}},
-        {"P 21 21 21", {"P 21 21 21", 19, 1}}};
-    const auto it = groups.find(symbol);
-    if (it == groups.end())
-        throw std::invalid_argument("no test group " + symbol);
-    return it->second;
+    static const std::vector<TestGroup> groups = {
+        {"P 1", 1, 1},          {"P -1", 2, 1},     {"P 21/c", 14, 1},   {"P 42/m n m", 136, 1}, {"F m -3 m", 225, 1},
+        {"R -3 m", 166, 1},     {"P 63/m m c", 194, 1}, {"P 32 2 1", 154, 1}, {"P 21 21 21", 19, 1}};
+    for (const TestGroup& group : groups)
+        if (group.name == symbol)
+            return group;
+    throw std::invalid_argument("no test group " + symbol);
 }
 
 std::vector<std::array<double, 16>> ExpandOperators(const TestGroup& group) {

@@ -38,11 +38,7 @@ inline void Prepare(TestAnalysis& d, const std::string& dataFile, std::string* e
     d.param.dataFile = dataFile;
     d.param.SetFileNames();
     ASSERT_TRUE(d.ReadFobs());
-    int teamSize = 1;
-#pragma omp parallel
-#pragma omp master
-    teamSize = omp_get_num_threads();
-    d.nThreads = teamSize;
+    d.nThreads = omp_get_max_threads();
     d.stamp = omp_get_wtime();
     d.PrepareCalculation(timer_function::check_timer, &d.stamp);
     if (errors) *errors = quiet.errors();
