@@ -57,7 +57,11 @@ for prf in "$SRC"/examples/*.prf; do
         "$C" "$CONF" "$CONG" "$D" "$RF" "$WRF")
     [ "$(grep -A3 '^ CYCLE 0:$' console.txt; echo .)" = "$expected"$'\n\n.' ] || fail "$ex: cycle 0 lines and the empty line after them"
     awk_true "$C > 1 && $D == 0 && $RF > 0 && ($(f nref_g) > 0 || $CONG == 0)" || fail "$ex: cycle 0: $C $D $RF $CONG"
-    # Later cycles in formats of their own.
+    # Later cycles in formats of their own: the multiples of 10, and the last.
+    [ "$(grep -E '^ CYCLE [0-9]+: Lambda=' console.txt | awk '{ n = $2 + 0 } n % 10 { k++ } END { print k + 0 }')" -le 1 ] ||
+        fail "$ex: cycles printed other than the multiples of 10 and the last"
+    [ "$(grep -E '^ CYCLE [0-9]+: Lambda=' console.txt | tail -1 | awk '{ print $2 + 0 }')" = \
+      "$(report_value $ex.out "  Number of cycles = " 5)" ] || fail "$ex: the last cycle is not printed"
     read -r _ _ _ L <<<"$(grep '^ CYCLE 10:' console.txt | tr '=' ' ')"
     read -r _ _ C _ _ CONF _ _ CONG <<<"$(grep -A1 '^ CYCLE 10:' console.txt | tail -1)"
     read -r _ _ D _ _ RF _ _ WRF <<<"$(grep -A2 '^ CYCLE 10:' console.txt | tail -1)"
