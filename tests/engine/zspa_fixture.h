@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <sstream>
 #include <string>

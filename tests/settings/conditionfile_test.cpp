@@ -154,13 +154,6 @@ TEST(ConditionFile, FailuresAreResultsNotCrashes) {
         EXPECT_EQ(q.fileType, -1) << text;
     }
 
-    // Overlong and binary lines are cut, never overrun.
-    std::string junk = "$PREFERENCES\n" + std::string(5000, 'a') + ".mem\n";
-    for (int k = 0; k < 40; ++k) junk += std::string(300, static_cast<char>('0' + k % 10)) + "\n";
-    junk += std::string("\0\x01\xff\r", 4);
-    MEMParam r;
-    r.ReadConditions(tmp.write("j.prf", junk));
-
     MEMParam w;
     w.dataFile = tmp.file("no_such_dir/x.mem");
     testing::internal::CaptureStdout();
