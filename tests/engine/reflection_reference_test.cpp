@@ -26,10 +26,8 @@ struct Equivalent {
 };
 
 struct ReferenceReflection {
-  int h[3];
+  int h[3], items, stabilizer;
   bool absent;
-  int items;
-  int stabilizer;
   double di;
   std::map<Triple, Equivalent> equivalents;
 };
@@ -37,8 +35,7 @@ struct ReferenceReflection {
 struct ReferenceGroup {
   std::string label;
   bool centric = false;
-  int number = 0;   // group and setting in the program's tables
-  int setting = 0;
+  int number = 0, setting = 0;  // in the program's tables
   ObjVector<MatrixD> ops;
   Matrix3D reciprocal;
   std::vector<ReferenceReflection> reflections;
