@@ -5,9 +5,9 @@
 
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -45,35 +45,20 @@ struct SettingSummary {
   int positions = 0;
 };
 
-// Rows in file order; comment lines start with '#', the first other line names the columns.
+// Rows in file order: tab-separated number, setting, symbol, operators,
+// listed, centric, lattice, least grid and positions, after comment lines
+// starting with '#' and one line naming the columns.
 inline std::vector<SettingSummary> ReadSettingsSummary() {
   std::ifstream in(std::string(HALVORIN_TEST_DATA) + "/settings_summary.tsv");
   std::vector<SettingSummary> rows;
-  bool header = true;
   for (std::string line; std::getline(in, line);) {
-    if (line.empty() || line[0] == '#')
-      continue;
-    if (header) {
-      header = false;
-      continue;
+    SettingSummary r;
+    char symbol[64];
+    if (std::sscanf(line.c_str(), "%d\t%d\t%63[^\t]\t%d\t%*d\t%d\t%c\t%d\t%d\t%d\t%d", &r.number, &r.setting, symbol,
+                    &r.operators, &r.centric, &r.lattice, &r.grid[0], &r.grid[1], &r.grid[2], &r.positions) == 10) {
+      r.symbol = symbol;
+      rows.push_back(r);
     }
-    std::istringstream fields(line);
-    std::vector<std::string> f;
-    for (std::string field; std::getline(fields, field, '\t');)
-      f.push_back(field);
-    if (f.size() < 11)
-      continue;
-    SettingSummary row;
-    row.number = std::stoi(f[0]);
-    row.setting = std::stoi(f[1]);
-    row.symbol = f[2];
-    row.operators = std::stoi(f[3]);
-    row.centric = std::stoi(f[5]);
-    row.lattice = f[6].empty() ? 0 : f[6][0];
-    for (int i = 0; i < 3; ++i)
-      row.grid[i] = std::stoi(f[7 + i]);
-    row.positions = std::stoi(f[10]);
-    rows.push_back(row);
   }
   return rows;
 }
