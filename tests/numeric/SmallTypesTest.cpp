@@ -50,13 +50,8 @@ TEST(CellMatrix, DeterminantIsTheVolumeOfAnObliqueCell) {
       EXPECT_NEAR(M(i, j), cctbx[3 * i + j], 2e-6) << "element (" << i << ", " << j << ")";
 }
 
-TEST(CellMatrix, RightAnglesGiveTheDiagonalImpossibleOnesNaN) {
-  const float rutile[6] = {4.59f, 4.59f, 2.96f, 90.0f, 90.0f, 90.0f};
+TEST(CellMatrix, ImpossibleAnglesGiveNaN) {
   Matrix3D M;
-  M.SetC2Ortho(rutile);
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j)
-      EXPECT_NEAR(M(i, j), i == j ? double(rutile[i]) : 0.0, 1e-14);
   const float impossible[6] = {5, 5, 5, 10, 10, 170};
   M.SetC2Ortho(impossible);
   EXPECT_TRUE(std::isnan(M(2, 2)));
