@@ -13,8 +13,8 @@ class CapturedOutput {
 public:
     CapturedOutput() : outer_(current()), printf_(IO::Printf), error_(IO::PrintError) {
         current() = this;
-        IO::Printf = &CaptureMessage;
-        IO::PrintError = &CaptureError;
+        IO::Printf = &Capture<false>;
+        IO::PrintError = &Capture<true>;
     }
     ~CapturedOutput() {
         current() = outer_;
@@ -33,25 +33,15 @@ private:
         static CapturedOutput* active = nullptr;
         return active;
     }
-    static int Append(bool error, const char* fmt, va_list args) {
+    template <bool error>
+    static int Capture(const char* fmt, ...) {
+        va_list args;
+        va_start(args, fmt);
         std::string line;
         const int n = IO::SprintfV(line, fmt, args);
+        va_end(args);
         (error ? current()->errors_ : current()->text_) += line;
         current()->all_ += line;
-        return n;
-    }
-    static int CaptureMessage(const char* fmt, ...) {
-        va_list args;
-        va_start(args, fmt);
-        const int n = Append(false, fmt, args);
-        va_end(args);
-        return n;
-    }
-    static int CaptureError(const char* fmt, ...) {
-        va_list args;
-        va_start(args, fmt);
-        const int n = Append(true, fmt, args);
-        va_end(args);
         return n;
     }
 

@@ -55,39 +55,29 @@ TEST(CondensedSymbol, SeparatesLatticeScrewAxesAndTheRest) {
   }
 }
 
+// Each file missing or broken in turn, as the program reports it; a missing
+// wyckoff.dat is silent but leaves the table empty.
 TEST(TableFailures, EachMissingFileIsReportedAsTheProgramSaysIt) {
   TempDir dir;
   LocalTable t;
-  {
+  const struct {
+    const char *file, *bytes, *message;
+  } steps[] = {{nullptr, nullptr, "Failed to open (spgro.dat).\n"},
+               {"spgro.dat", "16 P222 P222 P222 P222 P222 P222\n17 P2221 too few\n", "The file (spgro.dat) seems to be broken.\n"},
+               {"spgro.dat", "", "Failed to open (spgra.dat).\n"},
+               {"spgra.dat", "  1  1  0  0  1P 1\ncomment\nx,y,z\n", ""}};
+  for (const auto& step : steps) {
+    if (step.file)
+      dir.write(step.file, *step.bytes ? step.bytes : orthorhombicSymbols(0, ""));
     CapturedOutput captured;
     EXPECT_FALSE(ReadOrdinarySettings(dirOf(dir), t.table()));
-    EXPECT_EQ("Failed to open (spgro.dat).\n", captured.all());
+    EXPECT_EQ(step.message, captured.all());
   }
-  dir.write("spgro.dat", "16 P222 P222 P222 P222 P222 P222\n17 P2221 too few\n");
-  {
-    CapturedOutput captured;
-    EXPECT_FALSE(ReadOrdinarySettings(dirOf(dir), t.table()));
-    EXPECT_EQ("The file (spgro.dat) seems to be broken.\n", captured.all());
-  }
-  dir.write("spgro.dat", orthorhombicSymbols(0, ""));
-  {
-    CapturedOutput captured;
-    EXPECT_FALSE(ReadOrdinarySettings(dirOf(dir), t.table()));
-    EXPECT_EQ("Failed to open (spgra.dat).\n", captured.all());
-  }
-  dir.write("spgra.dat", "  1  1  0  0  1P 1\ncomment\nx,y,z\n");
-  {
-    CapturedOutput captured;
-    EXPECT_FALSE(ReadOrdinarySettings(dirOf(dir), t.table()));
-    EXPECT_EQ("", captured.all()) << "a missing wyckoff.dat is silent";
-    EXPECT_EQ(0, t.counts[0]);
-    EXPECT_EQ(0, t.at(1, 1).systemId);
-  }
-  {
-    CapturedOutput captured;
-    EXPECT_FALSE(ReadMagneticSettings(dirOf(dir), t.table()));
-    EXPECT_EQ("Failed to open (mspgr.dat).\n", captured.all());
-  }
+  EXPECT_EQ(0, t.counts[0]);
+  EXPECT_EQ(0, t.at(1, 1).systemId);
+  CapturedOutput captured;
+  EXPECT_FALSE(ReadMagneticSettings(dirOf(dir), t.table()));
+  EXPECT_EQ("Failed to open (mspgr.dat).\n", captured.all());
 }
 
 // Hand-edited or damaged files may load wrongly, but must never make the

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Expected failures of the driver: one message, the exit prompt, and status 0
-# even with standard input closed.
+# Expected failures of the driver: one message naming the file, the exit
+# prompt, and status 0 even with standard input closed.
 set -u
 prog=$(cd "$(dirname "$1")" && pwd -P)/$(basename "$1")
 work=$(cd "$(mktemp -d "${TMPDIR:-/tmp}/halvorin_e2eXXXXXX")" && pwd -P)
@@ -8,75 +8,35 @@ trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
 failed=0
 
-# Runs the program and checks its status and the last lines of its output.
-expect_tail() {
-    local what=$1 expected=$2
-    shift 2
-    local out status
+# ends_with WHAT MESSAGE FILE ARGS...: the output ends with MESSAGE, FILE and the exit prompt.
+ends_with() {
+    local what=$1 expected out status
+    expected=$(printf '%s\n%s\nPress Enter key to exit.' "$2" "$3")
+    shift 3
     out=$("$prog" "$@" </dev/null)
     status=$?
-    local lines
-    lines=$(printf '%s\n' "$expected" | wc -l)
-    if [ "$status" -ne 0 ]; then
-        echo "FAIL ($what): status $status"
-        failed=1
-    elif [ "$(printf '%s\n' "$out" | tail -n "$lines")" != "$expected" ]; then
-        echo "FAIL ($what): output ends with"
-        printf '%s\n' "$out" | tail -n "$lines"
-        echo "expected"
-        printf '%s\n' "$expected"
+    if [ "$status" -ne 0 ] || [ "$(printf '%s\n' "$out" | tail -n "$(printf '%s\n' "$expected" | wc -l)")" != "$expected" ]; then
+        printf 'FAIL (%s): status %s, output\n%s\nexpected to end with\n%s\n' "$what" "$status" "$out" "$expected"
         failed=1
     fi
 }
 
-expect_tail "unsupported extension" \
-"The file type is not supported:
-$work/notes.txt
-Press Enter key to exit." notes.txt
-
+ends_with "unsupported extension" "The file type is not supported:" "$work/notes.txt" notes.txt
 # A path without any extension comes back from the dialogue unasked.
-out=$("$prog" "$work/plain" </dev/null)
-if printf '%s\n' "$out" | grep -q '^# '; then
-    echo "FAIL (no extension): a question was asked"
-    failed=1
-fi
-expect_tail "no extension" \
-"The file type is not supported:
-$work/plain
-Press Enter key to exit." "$work/plain"
-
-expect_tail "missing condition file" \
-"Input file could not be opened.
-$work/missing.prf
-Failed to read condition file:
-$work/missing.prf
-Press Enter key to exit." missing.prf
-
+ends_with "no extension" "The file type is not supported:" "$work/plain" "$work/plain"
+"$prog" "$work/plain" </dev/null | grep -q '^# ' && { echo "FAIL (no extension): a question was asked"; failed=1; }
+ends_with "missing condition file" $'Input file could not be opened.\n'"$work/missing.prf"$'\nFailed to read condition file:' \
+    "$work/missing.prf" missing.prf
 # The condition file names a data file of unknown type; the extra argument is ignored.
 printf '$PREFERENCES\nnotes.txt\n' > cond.prf
-expect_tail "condition file naming unknown type" \
-"Failed to read condition file:
-$work/cond.prf
-Press Enter key to exit." cond.prf extra.mem
-
+ends_with "condition file naming unknown type" "Failed to read condition file:" "$work/cond.prf" cond.prf extra.mem
 # A condition file that ends after its keyword line: the empty line at the
 # end stands as the data file name, which has no type.
 printf '$PREFERENCES\n# no data file named\n' > empty.prf
-expect_tail "condition file without data file" \
-"Failed to read condition file:
-$work/empty.prf
-Press Enter key to exit." empty.prf
-
+ends_with "condition file without data file" "Failed to read condition file:" "$work/empty.prf" empty.prf
 # The extension is lower-cased (the dialogue runs, then the missing file fails
 # to read), and .hkl passes the dialogue but has no reader.
 touch data.hkl
-expect_tail "upper-case extension" \
-"Failed to read input file:
-$work/data.MEM
-Press Enter key to exit." data.MEM
-expect_tail "hkl file" \
-"Failed to read input file:
-$work/data.hkl
-Press Enter key to exit." ./data.hkl
-
+ends_with "upper-case extension" "Failed to read input file:" "$work/data.MEM" data.MEM
+ends_with "hkl file" "Failed to read input file:" "$work/data.hkl" ./data.hkl
 exit $failed

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -40,44 +41,34 @@ std::vector<std::string> FilesIn(const std::string& dir) {
 
 }  // namespace
 
+// Bins of a tenth, rounded half up, with an empty bin at each end. A sigma of
+// 0 or 1e-20 in a hand-edited file gives infinite or enormous residuals: they
+// must neither crash nor ask for millions of bins. Strong reflections measured
+// to 0.05 % are some 2000 sigma off at cycle 0 and keep their bins.
 TEST(EpsHistogram, BinsOfATenthWithAnEmptyBinAtEachEnd) {
-    const float eps[] = {0.25f, -0.31f, 1.04f, 0.0f, 0.04f};
-    std::vector<int> h;
-    BuildEpsHistogram(eps, 5, h);
-    // -0.31 rounds to bin -3 and 1.04 to bin 10: labels -4 .. 11.
-    ASSERT_EQ(h.size(), 2u * 16);
-    EXPECT_EQ(h.front(), -4);
-    EXPECT_EQ(h[h.size() - 2], 11);
-    // 0.25 lies half-way and rounds up, into bin 3.
-    const int counts[][2] = {{-4, 0}, {11, 0}, {3, 1}, {2, 0}, {0, 2}, {-3, 1}, {10, 1}};
-    for (auto& c : counts) EXPECT_EQ(CountAt(h, c[0]), c[1]) << "bin " << c[0];
-    EXPECT_EQ(Total(h), 5);
-    for (size_t j = 2; j < h.size(); j += 2) EXPECT_EQ(h[j], h[j - 2] + 1);
-}
-
-TEST(EpsHistogram, BrokenUncertaintiesStaySmallAndCounted) {
-    // A sigma of 0 or 1e-20 in a hand-edited file gives infinite or enormous
-    // residuals; they must neither crash nor ask for millions of bins.
-    const float inf = std::numeric_limits<float>::infinity();
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const float eps[] = {1e30f, -1e30f, inf, nan, 0.1f};
-    std::vector<int> h;
-    BuildEpsHistogram(eps, 5, h);
-    EXPECT_LE(h.size(), 2u * 2000003);
-    EXPECT_EQ(Total(h), 3);
-    EXPECT_EQ(CountAt(h, 1), 1);
-}
-
-TEST(EpsHistogram, LargeResidualsOfRealDataKeepTheirBins) {
-    // Strong reflections measured to 0.05 % are some 2000 sigma off at cycle 0.
-    const float eps[] = {2000.04f, -1500.0f, 0.0f};
-    std::vector<int> h;
-    BuildEpsHistogram(eps, 3, h);
-    EXPECT_EQ(h.front(), -15001);
-    EXPECT_EQ(h[h.size() - 2], 20001);
-    EXPECT_EQ(CountAt(h, 20000), 1);
-    EXPECT_EQ(CountAt(h, -15000), 1);
-    EXPECT_EQ(Total(h), 3);
+    const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+    const struct {
+        std::vector<float> eps;
+        int first, last, total;  // first == last: ends not checked
+        std::vector<std::array<int, 2>> counts;
+    } cases[] = {
+        {{0.25f, -0.31f, 1.04f, 0.0f, 0.04f}, -4, 11, 5, {{-4, 0}, {11, 0}, {3, 1}, {2, 0}, {0, 2}, {-3, 1}, {10, 1}}},
+        {{1e30f, -1e30f, inf, nan, 0.1f}, 0, 0, 3, {{1, 1}}},
+        {{2000.04f, -1500.0f, 0.0f}, -15001, 20001, 3, {{20000, 1}, {-15000, 1}}},
+    };
+    for (const auto& c : cases) {
+        std::vector<int> h;
+        BuildEpsHistogram(c.eps.data(), static_cast<int>(c.eps.size()), h);
+        SCOPED_TRACE(c.eps[0]);
+        ASSERT_LE(h.size(), 2u * 2000003);
+        if (c.first != c.last) {
+            EXPECT_EQ(h.front(), c.first);
+            EXPECT_EQ(h[h.size() - 2], c.last);
+        }
+        for (auto& count : c.counts) EXPECT_EQ(CountAt(h, count[0]), count[1]) << "bin " << count[0];
+        EXPECT_EQ(Total(h), c.total);
+        for (size_t j = 2; j < h.size(); j += 2) ASSERT_EQ(h[j], h[j - 2] + 1);
+    }
 }
 
 TEST(EpsHistogram, RawFileHasOneLinePerBin) {
@@ -91,25 +82,23 @@ TEST(EpsHistogram, RawFileHasOneLinePerBin) {
     EXPECT_EQ(out.errors(), "Failed to write " + dir.file("missing/a_eps.raw") + "\n");
 }
 
+// Opens `path` through AtomicFile, writes `text` and commits it unless told not to.
+bool WriteAtomically(const std::string& path, const char* text, bool commit = true) {
+    AtomicFile file(path, "w");
+    EXPECT_TRUE(file.isOpen());
+    if (!file.isOpen()) return false;
+    fputs(text, file.stream());
+    return commit && file.Commit();
+}
+
 TEST(AtomicFile, ReplacesTheTargetOnlyWhenCommitted) {
     TempDir dir;
     const std::string path = dir.file("report.out");
     WriteText(path, "previous\n");
-    {
-        AtomicFile file(path, "w");
-        ASSERT_TRUE(file.isOpen());
-        fputs("half", file.stream());
-        // An interrupted writer never commits.
-    }
+    EXPECT_FALSE(WriteAtomically(path, "half", false));  // an interrupted writer never commits
     EXPECT_EQ(ReadText(path), "previous\n");
     EXPECT_EQ(FilesIn(dir.path()), std::vector<std::string>{"report.out"});
-
-    {
-        AtomicFile file(path, "w");
-        fputs("complete\n", file.stream());
-        EXPECT_EQ(ReadText(path), "previous\n");
-        EXPECT_TRUE(file.Commit());
-    }
+    EXPECT_TRUE(WriteAtomically(path, "complete\n"));
     EXPECT_EQ(ReadText(path), "complete\n");
     EXPECT_EQ(FilesIn(dir.path()), std::vector<std::string>{"report.out"});
 }
@@ -120,45 +109,27 @@ TEST(AtomicFile, DecidesLikeAPlainOpen) {
     const std::string real = dir.file("real.fba"), link = dir.file("link.fba");
     WriteText(real, "old");
     ASSERT_EQ(symlink(real.c_str(), link.c_str()), 0);
-    {
-        AtomicFile file(link, "w");
-        ASSERT_TRUE(file.isOpen());
-        fputs("new", file.stream());
-        EXPECT_TRUE(file.Commit());
-    }
+    EXPECT_TRUE(WriteAtomically(link, "new"));
     struct stat st;
     ASSERT_EQ(lstat(link.c_str(), &st), 0);
     EXPECT_TRUE(S_ISLNK(st.st_mode));
     EXPECT_EQ(ReadText(real), "new");
-
     // A device is written to, not replaced.
-    {
-        AtomicFile file("/dev/null", "w");
-        ASSERT_TRUE(file.isOpen());
-        fputs("discarded", file.stream());
-        EXPECT_TRUE(file.Commit());
-    }
+    EXPECT_TRUE(WriteAtomically("/dev/null", "discarded"));
     ASSERT_EQ(stat("/dev/null", &st), 0);
     EXPECT_TRUE(S_ISCHR(st.st_mode));
-
     // A replaced file keeps its permissions.
     const std::string privateFile = dir.file("private.out");
     WriteText(privateFile, "old");
     ASSERT_EQ(chmod(privateFile.c_str(), 0600), 0);
-    {
-        AtomicFile file(privateFile, "w");
-        ASSERT_TRUE(file.isOpen());
-        EXPECT_TRUE(file.Commit());
-    }
+    EXPECT_TRUE(WriteAtomically(privateFile, ""));
     ASSERT_EQ(stat(privateFile.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);
-
     // A write-protected file is refused, except for a user who may write anything.
     const std::string locked = dir.file("locked.out");
     WriteText(locked, "old");
     ASSERT_EQ(chmod(locked.c_str(), 0444), 0);
-    AtomicFile file(locked, "w");
-    EXPECT_EQ(file.isOpen(), access(locked.c_str(), W_OK) == 0);
+    EXPECT_EQ(AtomicFile(locked, "w").isOpen(), access(locked.c_str(), W_OK) == 0);
 }
 
 TEST(AtomicFile, AFullDeviceKeepsThePreviousFile) {

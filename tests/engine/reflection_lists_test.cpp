@@ -3,31 +3,27 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "base/StructureFactor.h"
 #include "core/Matrix4D.h"
+#include "core/UnitCell.h"
 
 namespace {
 
-// An operator from its rotation rows and translation.
-Matrix4D* op(std::vector<int> r, std::vector<double> t = {0, 0, 0}) {
-  Matrix4D* m = new Matrix4D();
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j)
-      (*m)(i, j) = r[3 * i + j];
-    (*m)(i, 3) = t[i];
+// Operators from their texts, such as "-x,y+1/2,-z".
+ObjVector<MatrixD> Operators(std::vector<std::string> texts) {
+  ObjVector<MatrixD> ops;
+  for (std::string& text : texts) {
+    Matrix4D* op = new Matrix4D;
+    UnitCell::convertXYZ2Matrix_Q4(&text[0], *op);
+    ops.add(op);
   }
-  return m;
+  return ops;
 }
 
-const std::vector<int> kIdentity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-const std::vector<int> kInversion = {-1, 0, 0, 0, -1, 0, 0, 0, -1};
-
-// A cubic metric of edge 1, so that 1/d is the length of the index triple.
-struct UnitMetric {
-  Matrix3D reciprocal;
-};
+const Matrix3D kUnitMetric;  // a cubic cell of edge 1: 1/d is the length of the index triple
 
 StructureFactor* reflection(int h, int k, int l) {
   const int hkl[3] = {h, k, l};
@@ -39,145 +35,63 @@ std::vector<int> item(const StructureFactor& sf, int j) {
   return {h[0], h[1], h[2]};
 }
 
-class ScrewAxis : public ::testing::Test {
-protected:
-  void SetUp() override {
-    ops.add(op(kIdentity));
-    ops.add(op({-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, 0.5, 0}));   // (-x, y + 1/2, -z)
-  }
-  ObjVector<MatrixD> ops;
-  ObjVector<StructureFactor> list, absent;
-  UnitMetric metric;
-};
-
-TEST_F(ScrewAxis, OddReflectionAlongTheAxisIsAbsentButStaysListed) {
-  list.add(reflection(0, 1, 0));
-  list[0]->A = 3.0;
-  list[0]->B = 4.0;
-  EXPECT_EQ(StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1), 1);
-  ASSERT_EQ(list.size(), 1);
-  ASSERT_EQ(absent.size(), 1);
-  EXPECT_EQ(absent[0], list[0]);
-  EXPECT_EQ(list[0]->A, 0.0);
-  EXPECT_EQ(list[0]->B, 0.0);
-  EXPECT_EQ(list[0]->stabilizerOrder, 1);
-  EXPECT_DOUBLE_EQ(list[0]->di, 1.0);
-  // cos 0 + cos pi and sin 0 + sin pi, kept as they are.
-  EXPECT_LT(std::fabs(list[0]->phase.item(0)[0]), 1.1920928955078125e-07);
-  EXPECT_LT(std::fabs(list[0]->phase.item(0)[1]), 1.1920928955078125e-07);
-  EXPECT_EQ(item(*list[0], 0), (std::vector<int>{0, 1, 0}));
+int Expand(ObjVector<StructureFactor>& list, const ObjVector<MatrixD>& ops, int friedel) {
+  ObjVector<StructureFactor> absent;
+  return StructureFactor::ExpandReflectionList(list, absent, ops, kUnitMetric, 3, friedel);
 }
 
-TEST_F(ScrewAxis, EvenReflectionHasStabiliserTwoAndOneFriedelMate) {
-  list.add(reflection(0, 2, 0));
-  list[0]->A = 3.0;
-  EXPECT_EQ(StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1), 0);
-  const StructureFactor& sf = *list[0];
-  EXPECT_EQ(sf.stabilizerOrder, 2);
-  EXPECT_EQ(sf.A, 3.0);   // an allowed reflection keeps what a reader stored
-  ASSERT_EQ(sf.hkl.nItems(), 2u);
-  EXPECT_EQ(item(sf, 0), (std::vector<int>{0, 2, 0}));
-  EXPECT_EQ(item(sf, 1), (std::vector<int>{0, -2, 0}));
-  EXPECT_EQ(sf.phase.item(0)[0], 0.0);
-  EXPECT_EQ(sf.phase.item(0)[1], 1.0);
-  EXPECT_EQ(sf.phase.item(1)[0], 0.0);
-  EXPECT_TRUE(std::signbit(sf.phase.item(1)[0]));
-  EXPECT_EQ(sf.phase.item(1)[1], -1.0);
+// The list of all allowed orbits with |h|, |k|, |l| up to hmax, sorted by 1/d.
+ObjVector<StructureFactor> Generate(const ObjVector<MatrixD>& ops, std::vector<int> hmax, bool half) {
+  ObjVector<StructureFactor> out;
+  StructureFactor prototype;
+  StructureFactor::CreateReflectionList(out, prototype, ops, kUnitMetric, hmax.data(), 0, 0, half, 3);
+  return out;
 }
 
-TEST_F(ScrewAxis, GeneralReflectionCarriesTheScrewPhase) {
+// (-x, y + 1/2, -z): an allowed reflection keeps what a reader stored, and
+// its Friedel mates follow in the order of the items they come from, with
+// negated phases (a zero phase becoming -0), and a sign of -1.
+TEST(Expand, ScrewAxisPhasesAndFriedelMates) {
+  ObjVector<StructureFactor> list;
   list.add(reflection(1, 1, 2));
-  StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 1);
-  const StructureFactor& sf = *list[0];
-  ASSERT_EQ(sf.hkl.nItems(), 4u);
-  EXPECT_EQ(item(sf, 1), (std::vector<int>{-1, 1, -2}));
-  EXPECT_DOUBLE_EQ(sf.phase.item(1)[0], 0.5);
-  // Friedel mates follow in the order of the items they come from.
-  EXPECT_EQ(item(sf, 2), (std::vector<int>{-1, -1, -2}));
-  EXPECT_EQ(item(sf, 3), (std::vector<int>{1, -1, 2}));
-  EXPECT_DOUBLE_EQ(sf.phase.item(3)[0], -0.5);
-  EXPECT_EQ(sf.phase.item(3)[1], -1.0);
-}
-
-TEST(Expand, InversionMakesEveryNegativeAnEquivalent) {
-  ObjVector<MatrixD> ops;
-  ops.add(op(kIdentity));
-  ops.add(op(kInversion));
-  UnitMetric metric;
-  for (int friedel : {0, 1}) {
-    ObjVector<StructureFactor> list, absent;
-    list.add(reflection(1, 2, 3));
-    StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, friedel);
-    ASSERT_EQ(list[0]->hkl.nItems(), 2u);
-    EXPECT_EQ(item(*list[0], 1), (std::vector<int>{-1, -2, -3}));
-    EXPECT_EQ(list[0]->phase.item(1)[1], 1.0);
+  list[0]->A = 3.0;
+  EXPECT_EQ(Expand(list, Operators({"x,y,z", "-x,y+1/2,-z"}), 1), 0);
+  const StructureFactor& f = *list[0];
+  EXPECT_EQ(f.A, 3.0);
+  ASSERT_EQ(f.hkl.nItems(), 4u);
+  const std::vector<std::vector<int>> items = {{1, 1, 2}, {-1, 1, -2}, {-1, -1, -2}, {1, -1, 2}};
+  const double phases[4][2] = {{0.0, 1.0}, {0.5, 1.0}, {-0.0, -1.0}, {-0.5, -1.0}};
+  for (int j = 0; j < 4; ++j) {
+    EXPECT_EQ(item(f, j), items[j]);
+    EXPECT_DOUBLE_EQ(f.phase.item(j)[0], phases[j][0]) << j;
+    EXPECT_EQ(std::signbit(f.phase.item(j)[0]), j >= 2) << j;
+    EXPECT_EQ(f.phase.item(j)[1], phases[j][1]) << j;
   }
 }
 
 TEST(Expand, PhaseJustBelowOneCycleSnapsToZero) {
-  const std::vector<int> swapXY = {0, 1, 0, 1, 0, 0, 0, 0, 1};
-  UnitMetric metric;
   for (double t : {1 - 1e-7, 1 - 1e-5}) {
-    ObjVector<MatrixD> ops;
-    ops.add(op(kIdentity));
-    ops.add(op(swapXY, {t, 0, 0}));
-    ObjVector<StructureFactor> list, absent;
+    ObjVector<MatrixD> ops = Operators({"x,y,z", "y,x,z"});
+    (*ops[1])(0, 3) = t;
+    ObjVector<StructureFactor> list;
     list.add(reflection(1, 0, 0));
-    StructureFactor::ExpandReflectionList(list, absent, ops, metric.reciprocal, 3, 0);
+    Expand(list, ops, 0);
     ASSERT_EQ(list[0]->hkl.nItems(), 2u);
     EXPECT_EQ(item(*list[0], 1), (std::vector<int>{0, 1, 0}));
-    if (t > 1 - 1e-6) {
-      EXPECT_EQ(list[0]->phase.item(1)[0], 0.0);
-    } else {
-      EXPECT_NEAR(list[0]->phase.item(1)[0], t, 1e-9);
-    }
+    EXPECT_NEAR(list[0]->phase.item(1)[0], t > 1 - 1e-6 ? 0.0 : t, 1e-12) << t;
   }
 }
 
-class GeneratedList : public ::testing::Test {
-protected:
-  StructureFactor prototype;
-  ObjVector<MatrixD> ops;
-  ObjVector<StructureFactor> out;
-  UnitMetric metric;
-};
-
-TEST_F(GeneratedList, OneRecordPerOrbitFirstVisitedFirst) {
-  ops.add(op(kIdentity));
-  ops.add(op(kInversion));
-  const int hmax[3] = {1, 1, 1};
-  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
-  // 26 points around the origin, paired by the inversion.
-  ASSERT_EQ(out.size(), 13);
-  for (int i = 0; i < out.size(); ++i) {
-    EXPECT_EQ(out[i]->hkl.nItems(), 2u);
-    EXPECT_EQ(out[i]->stabilizerOrder, 1);
-    if (i > 0) {
-      EXPECT_LE(out[i - 1]->di, out[i]->di);
-    }
-    // The member with the greatest first, then second, then third index.
-    const std::vector<int> first = item(*out[i], 0), second = item(*out[i], 1);
-    EXPECT_GT(first, second);
-  }
-  EXPECT_DOUBLE_EQ(out[0]->di, 1.0);
-  EXPECT_DOUBLE_EQ(out[12]->di, std::sqrt(3.0));
-}
-
-TEST_F(GeneratedList, EquivalentsOutsideTheBoxAreDropped) {
-  // A fourfold axis along c maps h 0 0 onto 0 h 0, outside a box flat in k.
-  ops.add(op(kIdentity));
-  ops.add(op({0, -1, 0, 1, 0, 0, 0, 0, 1}));
-  ops.add(op({-1, 0, 0, 0, -1, 0, 0, 0, 1}));
-  ops.add(op({0, 1, 0, -1, 0, 0, 0, 0, 1}));
-  const int hmax[3] = {1, 0, 0};
-  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, false, 3);
+// A fourfold axis along c maps h 0 0 onto 0 h 0, outside a box flat in k;
+// expanding again restores the full orbit.
+TEST(GeneratedList, EquivalentsOutsideTheBoxAreDropped) {
+  const ObjVector<MatrixD> ops = Operators({"x,y,z", "-y,x,z", "-x,-y,z", "y,-x,z"});
+  ObjVector<StructureFactor> out = Generate(ops, {1, 0, 0}, false);
   ASSERT_EQ(out.size(), 1);
   EXPECT_EQ(item(*out[0], 0), (std::vector<int>{1, 0, 0}));
   EXPECT_EQ(out[0]->hkl.nItems(), 2u);
   EXPECT_EQ(out[0]->stabilizerOrder, 1);
-  // Expanding again restores the full orbit.
-  ObjVector<StructureFactor> absent;
-  StructureFactor::ExpandReflectionList(out, absent, ops, metric.reciprocal, 3, 0);
+  Expand(out, ops, 0);
   EXPECT_EQ(out[0]->hkl.nItems(), 4u);
 }
 
@@ -185,31 +99,35 @@ TEST_F(GeneratedList, EquivalentsOutsideTheBoxAreDropped) {
 // merge sort takes the right-hand record first on equal 1/d, which puts the
 // three records of 1/d = 1 and the two of sqrt 2 in this order, worked out
 // by hand (a stable sort would give 1 0 0, 0 1 0, 0 -1 0, 1 1 0, 1 -1 0).
-TEST_F(GeneratedList, EqualSpacingsComeOutRightHalfFirst) {
-  ops.add(op(kIdentity));
-  const int hmax[3] = {1, 1, 0};
-  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
-  const std::vector<std::vector<int>> expected = {
-      {0, -1, 0}, {0, 1, 0}, {1, 0, 0}, {1, 1, 0}, {1, -1, 0}};
+TEST(GeneratedList, EqualSpacingsComeOutRightHalfFirst) {
+  const ObjVector<StructureFactor> out = Generate(Operators({"x,y,z"}), {1, 1, 0}, true);
+  const std::vector<std::vector<int>> expected = {{0, -1, 0}, {0, 1, 0}, {1, 0, 0}, {1, 1, 0}, {1, -1, 0}};
   ASSERT_EQ(out.size(), (int)expected.size());
   for (int i = 0; i < out.size(); ++i)
     EXPECT_EQ(item(*out[i], 0), expected[i]) << i;
 }
 
-TEST_F(GeneratedList, RemoveDuplicateTakesOutWhatTheReferenceHolds) {
-  ops.add(op(kIdentity));
-  ops.add(op(kInversion));
-  const int hmax[3] = {1, 1, 1};
-  StructureFactor::CreateReflectionList(out, prototype, ops, metric.reciprocal, hmax, 0, 0, true, 3);
-  ObjVector<StructureFactor> reference, absent;
-  EXPECT_EQ(StructureFactor::RemoveDuplicate(out, reference, ops, metric.reciprocal, 3), 0);
+// 26 points around the origin paired by the inversion, sorted by 1/d, each
+// record led by the member with the greatest first, then second, then third
+// index. Removing duplicates takes out what the reference holds: -1 0 0 is
+// the second item of the record of 1 0 0; 1 1 1 its first.
+TEST(GeneratedList, OneRecordPerOrbitAndDuplicatesRemoved) {
+  const ObjVector<MatrixD> ops = Operators({"x,y,z", "-x,-y,-z"});
+  ObjVector<StructureFactor> out = Generate(ops, {1, 1, 1}, true), reference;
+  ASSERT_EQ(out.size(), 13);
+  for (int i = 0; i < out.size(); ++i) {
+    EXPECT_EQ(out[i]->hkl.nItems(), 2u);
+    EXPECT_EQ(out[i]->stabilizerOrder, 1);
+    EXPECT_LE(out[i > 0 ? i - 1 : 0]->di, out[i]->di);
+    EXPECT_GT(item(*out[i], 0), item(*out[i], 1));
+  }
+  EXPECT_DOUBLE_EQ(out[12]->di, std::sqrt(3.0));
+  EXPECT_EQ(StructureFactor::RemoveDuplicate(out, reference, ops, kUnitMetric, 3), 0);
   EXPECT_EQ(out.size(), 13);
-  // -1 0 0 is the second item of the record of 1 0 0; 1 1 1 its first.
-  reference.add(reflection(-1, 0, 0));
-  reference.add(reflection(1, 1, 1));
-  reference.add(reflection(3, 0, 0));
-  StructureFactor::ExpandReflectionList(reference, absent, ops, metric.reciprocal, 3, 0);
-  EXPECT_EQ(StructureFactor::RemoveDuplicate(out, reference, ops, metric.reciprocal, 3), 2);
+  for (StructureFactor* f : {reflection(-1, 0, 0), reflection(1, 1, 1), reflection(3, 0, 0)})
+    reference.add(f);
+  Expand(reference, ops, 0);
+  EXPECT_EQ(StructureFactor::RemoveDuplicate(out, reference, ops, kUnitMetric, 3), 2);
   ASSERT_EQ(out.size(), 11);
   for (StructureFactor* sf : out) {
     EXPECT_NE(item(*sf, 0), (std::vector<int>{1, 0, 0}));

@@ -8,25 +8,17 @@
 
 #include "mem/MEMData3D.h"
 
-// A space group given as cctbx lists it: the operators of one lattice point
-// without the inversion, whether the origin is a centre of symmetry, and the
-// lattice translations. The fixture expands it in the order of the program's
-// tables: each operator followed by its inverse image, then the whole list
-// shifted by each lattice translation.
+// A setting of the program's space-group table, named by its symbol.
 struct TestGroup {
     std::string name;  // Hermann-Mauguin symbol; its first letter is the lattice
-    int number;
-    bool centric;
-    std::vector<std::string> operators;
-    std::vector<std::array<double, 3>> translations;  // besides 0, 0, 0
+    int number, setting;
 };
 
-// The groups used by the tests, by symbol: "P 1", "P -1", "P 21/c",
-// "P 42/m n m", "F m -3 m", "R -3 m" (hexagonal axes), "P 63/m m c",
-// "P 32 2 1", "P 21 21 21".
+// "P 1", "P -1", "P 21/c", "P 42/m n m", "F m -3 m", "R -3 m" (hexagonal
+// axes), "P 63/m m c", "P 32 2 1" or "P 21 21 21".
 const TestGroup& GroupBySymbol(const std::string& symbol);
 
-// The expanded operator list of a group, as 4 x 4 column-major matrices.
+// The expanded operator list of a group in table order, as 4 x 4 column-major matrices.
 std::vector<std::array<double, 16>> ExpandOperators(const TestGroup& group);
 
 struct AnalysisSpec {
@@ -47,15 +39,12 @@ struct AnalysisSpec {
 // random observed F (and G), weights and F(000). Nothing is prepared yet.
 std::unique_ptr<MEMData3D> MakeAnalysis(const AnalysisSpec& spec);
 
-// PrepareCalculation with the console silenced.
+// PrepareCalculation with the console silenced, and MakeAnalysis followed by it.
 void PrepareQuietly(MEMData3D& mem);
-
-// MakeAnalysis followed by PrepareQuietly.
 std::unique_ptr<MEMData3D> MakePreparedAnalysis(const AnalysisSpec& spec);
 
-// MakePreparedAnalysis with as many report-only reflections added as it takes
-// to make the direct sums dearer than a transform, so that the analysis takes
-// the transform path.
+// MakePreparedAnalysis with enough report-only reflections added to make the
+// direct sums dearer than a transform, so that the analysis takes that path.
 std::unique_ptr<MEMData3D> MakeTransformAnalysis(AnalysisSpec spec);
 
 // Gives every voxel a random positive density (the same for equal seeds and
@@ -64,3 +53,8 @@ void RandomiseDensity(MEMData3D& mem, unsigned seed);
 
 // rho12 of global voxel number g.
 double& VoxelDensity(MEMData3D& mem, int g, ThreadData** block = nullptr, int* local = nullptr);
+
+// All eight orders weighted and no damping of the orders by C (which would
+// move with the structure factors), so that every term and its derivative
+// take part.
+void WeighAllOrders(MEMData3D& mem);

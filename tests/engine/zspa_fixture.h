@@ -4,30 +4,22 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "app/IO.h"
-#include "common/CapturedOutput.h"
-#include "common/TempDir.h"
 #include "app/Timer.h"
-#include "core/SpaceGroup.h"
-#include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
+#include "readmem_support.h"
 
-// The space-group table from the data files of the build directory, loaded once.
-// Standard input is closed as well, so that the waits after a refused restart
-// or prior file return at once.
+// The space-group table, loaded once. Standard input is closed as well, so
+// that the waits after a refused restart or prior file return at once.
 inline void LoadTablesOnce() {
-    static const bool loaded = [] {
-        if (!freopen("/dev/null", "r", stdin)) return false;
-        progvar = std::string(HALVORIN_DATA_DIR) + "/";
-        return _SpaceGroup::LoadSpaceGroupStd();
-    }();
-    ASSERT_TRUE(loaded);
+    static const bool quietInput = freopen("/dev/null", "r", stdin) != nullptr;
+    ASSERT_TRUE(quietInput && SpaceGroupTableLoaded());
 }
 
 // An analysis that keeps its own timer stamp, as the driver does.
@@ -46,11 +38,7 @@ inline void Prepare(TestAnalysis& d, const std::string& dataFile, std::string* e
     d.param.dataFile = dataFile;
     d.param.SetFileNames();
     ASSERT_TRUE(d.ReadFobs());
-    int teamSize = 1;
-#pragma omp parallel
-#pragma omp master
-    teamSize = omp_get_num_threads();
-    d.nThreads = teamSize;
+    d.nThreads = omp_get_max_threads();
     d.stamp = omp_get_wtime();
     d.PrepareCalculation(timer_function::check_timer, &d.stamp);
     if (errors) *errors = quiet.errors();
@@ -88,68 +76,52 @@ struct SyntheticDataSet {
 inline SyntheticDataSet WriteP1DataSet(const std::string& path, const int* grid = nullptr) {
     SyntheticDataSet set;
     if (grid)
-        for (int i = 0; i < 3; ++i) set.grid[i] = grid[i];
-    const double cell[3] = {4.0, 4.5, 5.0};
-    struct Atom {
-        double z, x, y, w, b;
+        std::copy(grid, grid + 3, set.grid);
+    struct Reflection {
+        int h, k, l;
+        double re, im, s;
     };
-    const Atom atoms[2] = {{8.0, 0.10, 0.20, 0.30, 3.0}, {4.0, 0.60, 0.55, 0.80, 4.0}};
-    auto F = [&](int h, int k, int l, double& re, double& im) {
-        double s2 = std::pow(h / cell[0], 2) + std::pow(k / cell[1], 2) + std::pow(l / cell[2], 2);
-        re = im = 0.0;
-        for (const Atom& a : atoms) {
-            double amp = a.z * std::exp(-a.b * s2 / 4.0);
-            double phase = 2.0 * M_PI * (h * a.x + k * a.y + l * a.w);
-            re += amp * std::cos(phase);
-            im += amp * std::sin(phase);
-        }
-        return std::sqrt(s2);
-    };
-    std::ostringstream fLines, groupLines;
-    std::vector<std::vector<int>> extra;
+    // Atoms of 8 and 4 electrons: weight, x, y, z, B.
+    const double atoms[2][5] = {{8.0, 0.10, 0.20, 0.30, 3.0}, {4.0, 0.60, 0.55, 0.80, 4.0}};
+    std::vector<Reflection> observed, listed;
     for (int h = 0; h <= 5; ++h)
         for (int k = -5; k <= 5; ++k)
             for (int l = -5; l <= 5; ++l) {
                 // One of each Friedel pair: the program adds the mates.
-                bool upper = h > 0 || (h == 0 && (k > 0 || (k == 0 && l > 0)));
-                if (!upper) continue;
-                double re, im;
-                double s = F(h, k, l, re, im);
-                if (s > 1.0) continue;
-                if (s > 0.85) {
-                    if (extra.size() < 3) extra.push_back({h, k, l});
-                    continue;
+                if (!(h > 0 || (h == 0 && (k > 0 || (k == 0 && l > 0))))) continue;
+                Reflection r{h, k, l, 0.0, 0.0, std::sqrt(std::pow(h / 4.0, 2) + std::pow(k / 4.5, 2) + std::pow(l / 5.0, 2))};
+                for (const auto& a : atoms) {
+                    const double amp = a[0] * std::exp(-a[4] * r.s * r.s / 4.0);
+                    const double phase = 2.0 * M_PI * (h * a[1] + k * a[2] + l * a[3]);
+                    r.re += amp * std::cos(phase);
+                    r.im += amp * std::sin(phase);
                 }
-                double sigma = 0.03 * std::hypot(re, im) + 0.05;
-                char line[160];
-                snprintf(line, sizeof line, "%d %d %d %.6f %.6f %.6f\n", h, k, l, re, im, sigma);
-                fLines << line;
-                set.hkl.push_back({h, k, l});
+                if (r.s <= 0.85) observed.push_back(r);
+                else if (r.s <= 1.0 && listed.size() < 3) listed.push_back(r);
             }
     // The last two F reflections become one group of overlapped reflections.
-    std::vector<std::vector<int>> members(set.hkl.end() - 2, set.hkl.end());
-    set.hkl.resize(set.hkl.size() - 2);
-    std::string fText = fLines.str();
-    for (int drop = 0; drop < 2; ++drop) fText.erase(fText.rfind('\n', fText.size() - 2) + 1);
-    set.nRefF = static_cast<int>(set.hkl.size());
-    double sumSq = 0.0;
-    for (const auto& m : members) {
-        double re, im;
-        F(m[0], m[1], m[2], re, im);
-        sumSq += re * re + im * im;
-    }
-    double g = std::sqrt(sumSq / 2.0);
-    char line[160];
-    snprintf(line, sizeof line, "2\n%d %d %d %.6f %.6f\n%d %d %d\n", members[0][0], members[0][1],
-             members[0][2], g, 0.03 * g + 0.05, members[1][0], members[1][1], members[1][2]);
-    groupLines << line;
-
+    const Reflection m1 = observed[observed.size() - 2], m2 = observed.back();
+    observed.resize(observed.size() - 2);
+    const double g = std::sqrt((m1.re * m1.re + m1.im * m1.im + m2.re * m2.re + m2.im * m2.im) / 2.0);
     std::ostringstream file;
-    file << "Synthetic two-atom model in P 1\n4.0 4.5 5.0 90 90 90\nP 1\n";
-    file << "1 1 " << set.grid[0] << " " << set.grid[1] << " " << set.grid[2] << "\n";
-    file << "12.0 0.01\n" << set.nRefF << "\n" << fText << "1\n" << groupLines.str();
-    file << extra.size() << "\n";
-    for (const auto& e : extra) file << e[0] << " " << e[1] << " " << e[2] << "\n";
+    file << "Synthetic two-atom model in P 1\n4.0 4.5 5.0 90 90 90\nP 1\n1 1 " << set.grid[0] << " "
+         << set.grid[1] << " " << set.grid[2] << "\n12.0 0.01\n" << observed.size() << "\n";
+    char line[160];
+    for (const Reflection& r : observed) {
+        snprintf(line, sizeof line, "%d %d %d %.6f %.6f %.6f\n", r.h, r.k, r.l, r.re, r.im, 0.03 * std::hypot(r.re, r.im) + 0.05);
+        file << line;
+        set.hkl.push_back({r.h, r.k, r.l});
+    }
+    snprintf(line, sizeof line, "1\n2\n%d %d %d %.6f %.6f\n%d %d %d\n", m1.h, m1.k, m1.l, g, 0.03 * g + 0.05, m2.h, m2.k, m2.l);
+    file << line << listed.size() << "\n";
+    for (const Reflection& e : listed) file << e.h << " " << e.k << " " << e.l << "\n";
+    set.nRefF = static_cast<int>(observed.size());
     WriteText(path, file.str());
     return set;
+}
+
+// WriteP1DataSet into dir/model.mem, then Prepare.
+inline void PrepareP1(TestAnalysis& d, const TempDir& dir, const int* grid = nullptr) {
+    WriteP1DataSet(dir.file("model.mem"), grid);
+    Prepare(d, dir.file("model.mem"));
 }

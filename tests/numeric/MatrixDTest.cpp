@@ -1,11 +1,8 @@
-// Dense matrices: inverse, determinant, products with the corner rule, solves, duplicates, assertions.
+// Dense matrices: inverse, determinant, products and solves.
 #include <gtest/gtest.h>
-
-#include <csignal>
 
 #include "base/MatrixD.h"
 #include "base/Vector.h"
-#include "core/Matrix4D.h"
 
 namespace {
 
@@ -19,17 +16,6 @@ MatrixDD fromRows(int rows, int cols, std::initializer_list<double> values) {
   return M;
 }
 
-// An operator (R, t; 0, s) with R given row by row.
-Matrix4D affine(std::initializer_list<double> r, std::initializer_list<double> t, double s) {
-  MatrixDD rt = fromRows(3, 3, r);
-  Matrix4D W;
-  W.Initialize(rt);
-  for (int i = 0; i < 3; ++i)
-    W(i, 3) = t.begin()[i];
-  W(3, 3) = s;
-  return W;
-}
-
 void expectNear(const MatrixD& A, const MatrixD& B, double tolerance) {
   ASSERT_EQ(A.Dim(0), B.Dim(0));
   ASSERT_EQ(A.Dim(1), B.Dim(1));
@@ -38,7 +24,8 @@ void expectNear(const MatrixD& A, const MatrixD& B, double tolerance) {
       EXPECT_NEAR(A(i, j), B(i, j), tolerance) << "element (" << i << ", " << j << ")";
 }
 
-TEST(MatrixInverse, InverseTimesMatrixIsIdentity) {
+// Permutations need row exchanges: the sign of the determinant must come from the pivots.
+TEST(MatrixInverse, InverseAndDeterminant) {
   const MatrixDD A = fromRows(4, 4, {4, -2, 1, 0.5, 3, 6, -4, 2, 2, 1, 8, -1, 0.25, -3, 2, 5});
   const MatrixDD Ainv(A, 'I');
   MatrixDD product(4, 4), identity(4, 4);
@@ -47,10 +34,6 @@ TEST(MatrixInverse, InverseTimesMatrixIsIdentity) {
   expectNear(product, identity, 1e-13);
   product.GeMM(A, Ainv);
   expectNear(product, identity, 1e-13);
-}
-
-TEST(MatrixDeterminant, KnownValuesAndPivotSigns) {
-  // Permutations need row exchanges: the sign must come from the pivots.
   EXPECT_NEAR(fromRows(3, 3, {0, 1, 0, 0, 0, 1, 1, 0, 0}).Determinant(), 1.0, 1e-15);
   EXPECT_NEAR(fromRows(3, 3, {0, 1, 0, 1, 0, 0, 0, 0, 1}).Determinant(), -1.0, 1e-15);
   EXPECT_NEAR(fromRows(3, 3, {2, -3, 1, 2, 0, -1, 1, 4, 5}).Determinant(), 49.0, 1e-12);
@@ -69,21 +52,6 @@ TEST(MatrixProduct, GeMMWithTransposeAndIntoItsOwnFactor) {
   expectNear(D, fromRows(2, 2, {5, -1, 11, -3}), 0.0);
 }
 
-TEST(MatrixProduct, MgMMTreatsCornersAsLabels) {
-  Matrix4D A = affine({0, -1, 0, 1, 0, 0, 0, 0, 1}, {0.5, 0, 0.25}, -1);
-  Matrix4D B = affine({-1, 0, 0, 0, 1, 0, 0, 0, -1}, {0, 0.5, 0.5}, -1);
-  Matrix4D C;
-  C.MgMM(A, B);
-  // (R1 R2, R1 t2 + t1; 0, s1 s2), as if both corners were 1 during the product.
-  expectNear(C, affine({0, -1, 0, -1, 0, 0, 0, 0, -1}, {0, 0, 0.75}, 1), 1e-15);
-  EXPECT_EQ(A(3, 3), -1.0);
-  EXPECT_EQ(B(3, 3), -1.0);
-
-  C.MgMM(A, A);  // one operator as both factors
-  expectNear(C, affine({-1, 0, 0, 0, -1, 0, 0, 0, 1}, {0.5, 0.5, 0.5}, 1), 1e-15);
-  EXPECT_EQ(A(3, 3), -1.0);
-}
-
 TEST(MatrixSolve, GeTRSRecoversKnownSolutions) {
   const MatrixDD A = fromRows(3, 3, {3, 2, -1, 2, -2, 4, -1, 0.5, -1});
   MatrixDD factors(A, 'N');
@@ -100,32 +68,6 @@ TEST(MatrixSolve, GeTRSRecoversKnownSolutions) {
   MatrixDD c = fromRows(3, 1, {4, -0.5, 4});  // A^T (1, 2, 3)
   EXPECT_EQ(again.GeTRS(c, work, 'T'), 0);
   expectNear(c, fromRows(3, 1, {1, 2, 3}), 1e-13);
-}
-
-TEST(MatrixRemoveDuplicates, FirstOccurrencesStayInOrder) {
-  const Matrix4D a;
-  const Matrix4D b = affine({-1, 0, 0, 0, -1, 0, 0, 0, 1}, {0, 0, 0.5}, 1);
-  Matrix4D bNear(b);
-  bNear(2, 3) += 1e-8;
-  ObjVector<MatrixD> list;
-  for (const Matrix4D* m : {&a, &b, &a, static_cast<const Matrix4D*>(&bNear), &a})
-    list.add(m->Clone(0));
-  list.add(new MatrixDD(3, 3));  // another shape is never equal
-  MatrixD* firstB = list[1];
-  MatrixD::RemoveDuplicates(list);
-  ASSERT_EQ(list.size(), 3);
-  EXPECT_TRUE(list[0]->IsEqualTo(a));
-  EXPECT_EQ(list[1], firstB);
-  EXPECT_EQ(list[2]->Dim(0), 3);
-}
-
-// A failed assertion names its expression, function, file and line, and aborts.
-TEST(MatrixDeath, AssertionsReportWhereTheyFailed) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // BLAS may have started threads
-  MatrixDD A(2, 3);
-  EXPECT_EXIT(A(2, 0), ::testing::KilledBySignal(SIGABRT),
-              "Assertion failed: i<dim_\\[0\\] && i>=0 && j<dim_\\[1\\] && j>=0, "
-              "function operator\\(\\), file base/MatrixD.h, line [0-9]+\\.");
 }
 
 }  // namespace

@@ -76,21 +76,4 @@ TEST(OperatorText, TableOfExamples) {
   EXPECT_TRUE(std::isinf(parse("1/0")(0, 3)));
 }
 
-TEST(OperatorText, OtherNameSetsAndAClearedTarget) {
-  const char* numbered[] = {"x1", "x2", "x3", "q"};
-  const Matrix4D W = parse("-X2, X1-X2, X3+1/3", 3, numbered);
-  EXPECT_EQ(W(0, 1), -1.0);
-  EXPECT_EQ(W(1, 0), 1.0);
-  EXPECT_EQ(W(1, 1), -1.0);
-  EXPECT_EQ(W(2, 3), 1.0 / 3);
-
-  Matrix4D V;
-  for (double& e : V.m)
-    e = 9;
-  std::string text = "y";
-  V.SetFromString(&text[0], kXYZ, 3, false);  // clears everything first
-  for (int k = 0; k < 16; ++k)
-    EXPECT_EQ(V.m[k], k == 4 || k == 15 ? 1.0 : 0.0) << k;
-}
-
 }  // namespace

@@ -16,7 +16,9 @@ private:
   int* deaths_;
 };
 
-TEST(ObjVector, ObjectInTwoListsOutlivesTheFirst) {
+// An object dies with its last reference, whether two lists or one list twice
+// hold it; removal closes the gap in order.
+TEST(ObjVector, ObjectsDieWithTheirLastReference) {
   int deaths = 0;
   auto* shared = new Tracked(&deaths);
   {
@@ -25,37 +27,22 @@ TEST(ObjVector, ObjectInTwoListsOutlivesTheFirst) {
     {
       ObjVector<Tracked> second;
       second.add(shared);
-      EXPECT_EQ(shared->refCount, 2);
+      second.add(shared);
+      EXPECT_EQ(shared->refCount, 3);
+      second.remove(0);
     }
     EXPECT_EQ(deaths, 0);
     EXPECT_EQ(shared->refCount, 1);
+    for (int i = 1; i < 4; ++i)
+      first.add(new Tracked(&deaths, i));
+    first.remove(1);
+    first.remove(2);  // the last entry
+    EXPECT_EQ(deaths, 2);
+    ASSERT_EQ(first.size(), 2);
+    EXPECT_EQ(first[0], shared);
+    EXPECT_EQ(first[1]->id, 2);
   }
-  EXPECT_EQ(deaths, 1);
-}
-
-TEST(ObjVector, SameObjectTwiceDiesAtSecondRelease) {
-  int deaths = 0;
-  auto* item = new Tracked(&deaths);
-  ObjVector<Tracked> list;
-  list.add(item);
-  list.add(item);
-  list.remove(0);
-  EXPECT_EQ(deaths, 0);
-  list.clear();
-  EXPECT_EQ(deaths, 1);
-}
-
-TEST(ObjVector, RemoveClosesTheGapInOrder) {
-  int deaths = 0;
-  ObjVector<Tracked> list;
-  for (int i = 0; i < 4; ++i)
-    list.add(new Tracked(&deaths, i));
-  list.remove(1);
-  list.remove(2);  // the last entry
-  EXPECT_EQ(deaths, 2);
-  ASSERT_EQ(list.size(), 2);
-  EXPECT_EQ(list[0]->id, 0);
-  EXPECT_EQ(list[1]->id, 2);
+  EXPECT_EQ(deaths, 4);
 }
 
 TEST(ObjVector, AppendAndAssignmentShareObjects) {

@@ -15,18 +15,14 @@ double fractionalized(double x) {
   return x;
 }
 
+// Reduced to [0, 1), values within the tolerance of an integer becoming 0;
+// twice the tolerance away from an integer a value stays.
 TEST(Fractionalize, ReducesToUnitIntervalWithNearIntegersZero) {
-  EXPECT_EQ(fractionalized(-0.25), 0.75);
-  EXPECT_EQ(fractionalized(-3.5), 0.5);
-  EXPECT_EQ(fractionalized(1.0), 0.0);
-  EXPECT_EQ(fractionalized(0.99999999), 0.0);
-  EXPECT_EQ(fractionalized(-1e-9), 0.0);
-  EXPECT_EQ(fractionalized(2.0 + 0.5 * kEps), 0.0);
-  EXPECT_EQ(fractionalized(0.9999), 0.9999);
-  // Twice the tolerance away from an integer, the value stays.
-  EXPECT_NEAR(fractionalized(1.0 - 2 * kEps), 1.0 - 2 * kEps, 1e-16);
-  EXPECT_NEAR(fractionalized(2 * kEps), 2 * kEps, 1e-16);
-
+  const double cases[][2] = {{-0.25, 0.75}, {-3.5, 0.5},  {1.0, 0.0},          {0.99999999, 0.0},
+                             {-1e-9, 0.0},  {2.0 + 0.5 * kEps, 0.0}, {0.9999, 0.9999},
+                             {1.0 - 2 * kEps, 1.0 - 2 * kEps}, {2 * kEps, 2 * kEps}};
+  for (const auto& c : cases)
+    EXPECT_NEAR(fractionalized(c[0]), c[1], 1e-16) << c[0];
   double t[3] = {-0.5, 1.0, 2.75};
   VectorD::Fractionalize(t, 2);
   EXPECT_EQ(t[0], 0.5);
@@ -54,13 +50,8 @@ TEST(CellMatrix, DeterminantIsTheVolumeOfAnObliqueCell) {
       EXPECT_NEAR(M(i, j), cctbx[3 * i + j], 2e-6) << "element (" << i << ", " << j << ")";
 }
 
-TEST(CellMatrix, RightAnglesGiveTheDiagonalImpossibleOnesNaN) {
-  const float rutile[6] = {4.59f, 4.59f, 2.96f, 90.0f, 90.0f, 90.0f};
+TEST(CellMatrix, ImpossibleAnglesGiveNaN) {
   Matrix3D M;
-  M.SetC2Ortho(rutile);
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j)
-      EXPECT_NEAR(M(i, j), i == j ? double(rutile[i]) : 0.0, 1e-14);
   const float impossible[6] = {5, 5, 5, 10, 10, 170};
   M.SetC2Ortho(impossible);
   EXPECT_TRUE(std::isnan(M(2, 2)));

@@ -5,6 +5,7 @@
 
 #include "common/TempDir.h"
 #include "mem/MEMParam.h"
+#include "settings_text.h"
 
 namespace {
 
@@ -41,45 +42,30 @@ TEST(Dialogue, AnswersFillTheSettings) {
         "  'sample.MEM'  \n1\n1\n0\n0\n0.02\n1.5\n0.2\n1.1\n0\n1\n1 0 0.5\n0\n250\n", ok);
     EXPECT_TRUE(ok);
     EXPECT_EQ(p.dataFile, tmp.file("sample.MEM"));
-    EXPECT_EQ(p.fileType, 4);
-    EXPECT_EQ(p.startType, 1);
-    EXPECT_EQ(p.algorithm, 0);
-    EXPECT_EQ(p.LM_type, 0);
-    EXPECT_DOUBLE_EQ(p.lambda, 0.02);
-    EXPECT_DOUBLE_EQ(p.weightPowerD, 1.5);
-    EXPECT_FLOAT_EQ(p.coefT, 0.2f);
-    EXPECT_FLOAT_EQ(p.coefE, 1.1f);
-    EXPECT_EQ(p.feedbackOutput, 0);
-    EXPECT_EQ(p.epsOutput, 1);
-    EXPECT_DOUBLE_EQ(p.lambdaFraction[2], 0.5);
-    EXPECT_EQ(p.maxCycles, 250);
+    EXPECT_EQ(SettingsText(p), "type 4 start 1 prior 0 algorithm 0 LM 0 lambda 0.02 x 1.5 m 0 t 0.2 E 1.1 feedback 0 "
+                               "eps 1 cycles 250 fractions 1 0 0.5 0 0 0 0 0 grid 0.1");
     EXPECT_EQ(p.outFile, tmp.file("sample.out"));
     EXPECT_EQ(out.rfind("# The name of the MEM data set file", 0), 0u);
     EXPECT_EQ(count(out, "# Which prior densities"), 0u);
     EXPECT_FALSE(fopen(tmp.file("sample.prf").c_str(), "r"));
 }
 
-TEST(Dialogue, InvalidAndEmptyAnswersKeepTheField) {
-    MEMParam p;
+// Invalid and empty answers keep the field; the end of input runs through on defaults.
+TEST(Dialogue, InvalidEmptyAndMissingAnswersKeepTheDefaults) {
+    MEMParam p, q;
     bool ok = false;
     converse(p, "/d/x.fos", "\nabc\n\n\n\n\n\n\nnone\n\n\n", ok);
     EXPECT_TRUE(ok);
     EXPECT_EQ(p.fileType, 5);
-    EXPECT_EQ(p.startType, 0);
-    EXPECT_EQ(p.algorithm, 0);
+    EXPECT_EQ(p.startType + p.algorithm, 0);
     EXPECT_EQ(p.LM_type, 1);
     EXPECT_DOUBLE_EQ(p.lambdaFraction[0], 1.0);
     EXPECT_EQ(p.maxCycles, 1000);
-}
-
-TEST(Dialogue, EndOfInputRunsThroughOnDefaults) {
-    MEMParam p;
-    bool ok = false;
-    const std::string out = converse(p, "/d/x.fcf", "2\n", ok);
+    const std::string out = converse(q, "/d/x.fcf", "2\n", ok);
     EXPECT_TRUE(ok);
-    EXPECT_EQ(p.startType, 2);
-    EXPECT_EQ(p.algorithm, 0);
-    EXPECT_EQ(p.maxCycles, 1000);
+    EXPECT_EQ(q.startType, 2);
+    EXPECT_EQ(q.algorithm, 0);
+    EXPECT_EQ(q.maxCycles, 1000);
     EXPECT_EQ(count(out, "# Maximum number of cycles.\n"), 1u);
 }
 
@@ -87,51 +73,11 @@ TEST(Dialogue, OtherAlgorithmsSkipZSPAQuestionsAndAskForPrior) {
     MEMParam p;
     bool ok = false;
     const std::string out = converse(p, "/d/x.mep", "0\n1\n0.5\n1.2\n1\n0\n1\n1\n0\n600\n", ok);
-    EXPECT_EQ(p.fileType, 8);  // no type question for .mep
-    EXPECT_EQ(count(out, "# The type of the MEM data set file."), 0u);
+    EXPECT_EQ(count(out, "# The type of the MEM data set file."), 0u);  // none for .mep
     EXPECT_EQ(count(out, "(LM_type)"), 0u);
     EXPECT_EQ(count(out, "# The coefficient, t,"), 0u);
-    EXPECT_EQ(p.algorithm, 1);
-    EXPECT_DOUBLE_EQ(p.weightPowerD, 0.5);
-    EXPECT_FLOAT_EQ(p.coefE, 1.2f);
-    EXPECT_EQ(p.priorType, 1);
-    EXPECT_EQ(p.maxCycles, 600);
-}
-
-TEST(Dialogue, ConditionFileNameIsReadInstead) {
-    TempDir tmp;
-    tmp.write("c.prf", "$PREFERENCES\nd.fos\no\ng\nf\ne\n0\n0\n2\n");
-    MEMParam p;
-    bool ok = false;
-    const std::string out = converse(p, ("\"" + tmp.file("c.prf") + "\"").c_str(), "", ok);
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(p.dataFile, tmp.file("d.fos"));
-    EXPECT_EQ(p.algorithm, 2);
-    EXPECT_EQ(out, "");
-}
-
-TEST(Dialogue, SavedPreferencesReadBackTheSame) {
-    TempDir tmp;
-    MEMParam asked;
-    asked.workDir = tmp.path();
-    bool ok = false;
-    converse(asked, nullptr, "al2o3.mem\r\n0\r\n1\r\n2\r\n0.75\r\n1.3\r\n1\r\n1\r\n1 0.1\r\n1\r\n1\r\n321\r\n", ok);
-    ASSERT_TRUE(ok);
-    EXPECT_EQ(asked.condFile, tmp.file("al2o3.prf"));
-
-    MEMParam read;
-    ASSERT_TRUE(read.ReadConditions(asked.condFile));
-    EXPECT_EQ(read.dataFile, asked.dataFile);
-    EXPECT_EQ(read.fileType, 3);
-    EXPECT_EQ(read.startType, 1);
-    EXPECT_EQ(read.algorithm, 2);
-    EXPECT_DOUBLE_EQ(read.weightPowerD, 0.75);
-    EXPECT_FLOAT_EQ(read.coefE, 1.3f);
-    EXPECT_EQ(read.feedbackOutput, 1);
-    EXPECT_EQ(read.epsOutput, 1);
-    EXPECT_DOUBLE_EQ(read.lambdaFraction[1], 0.1);
-    EXPECT_EQ(read.priorType, 1);
-    EXPECT_EQ(read.maxCycles, 321);
+    EXPECT_EQ(SettingsText(p), "type 8 start 0 prior 1 algorithm 1 LM 1 lambda 0.001 x 0.5 m 0 t 0.05 E 1.2 feedback 1 "
+                               "eps 0 cycles 600 fractions 1 0 0 0 0 0 0 0 grid 0.1");
 }
 
 TEST(Dialogue, UnsupportedOrEmptyNameAsksNothing) {

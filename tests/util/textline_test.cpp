@@ -33,30 +33,18 @@ std::vector<std::string> readStrings(const std::string& bytes) {
     return lines;
 }
 
-const std::vector<std::string> kThree = {"first", "", "third"};
-
 }  // namespace
 
-TEST(GetLine, AllThreeLineEndsGiveTheSameLines) {
-    EXPECT_EQ(readLines("first\n\nthird\n", 120), kThree);
-    EXPECT_EQ(readLines("first\r\rthird\r", 120), kThree);
-    EXPECT_EQ(readLines("first\r\n\r\nthird\r\n", 120), kThree);
-}
-
-TEST(GetLine, LastLineWithoutLineEndAndLfCr) {
-    EXPECT_EQ(readLines("first\n\nthird", 120), kThree);
-    EXPECT_EQ(readLines("first\r\rthird", 120), kThree);
+// All three line ends give the same lines, with or without a last line end;
+// LF CR is two line ends; an overlong line is cut and its rest dropped; the
+// smallest buffer still holds a terminator.
+TEST(GetLine, LineEndsAndOverlongLines) {
+    const std::vector<std::string> three = {"first", "", "third"};
+    for (const char* bytes : {"first\n\nthird\n", "first\r\rthird\r", "first\r\n\r\nthird\r\n", "first\n\nthird", "first\r\rthird"})
+        EXPECT_EQ(readLines(bytes, 120), three) << bytes;
     EXPECT_EQ(readLines("", 120), std::vector<std::string>{});
-    EXPECT_EQ(readLines("a\n\rb\n", 120), (std::vector<std::string>{"a", "", "b"}));  // two line ends
-}
-
-TEST(GetLine, OverlongLineIsCutAndItsRestDropped) {
-    const std::string longLine(300, 'x');
-    const auto lines = readLines(longLine + "\r\nnext\r\n", 120);
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], std::string(119, 'x'));
-    EXPECT_EQ(lines[1], "next");
-    // The smallest buffer still holds a terminator.
+    EXPECT_EQ(readLines("a\n\rb\n", 120), (std::vector<std::string>{"a", "", "b"}));
+    EXPECT_EQ(readLines(std::string(300, 'x') + "\r\nnext\r\n", 120), (std::vector<std::string>{std::string(119, 'x'), "next"}));
     EXPECT_EQ(readLines("ab\ncd\n", 1), (std::vector<std::string>{"", ""}));
 }
 

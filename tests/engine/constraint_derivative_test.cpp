@@ -1,0 +1,151 @@
+// Derivatives of the constraint (by the density and by A and B) and of the
+// entropy, against central differences.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+#include "mem/ThreadData.h"
+#include "voxel_fixture.h"
+
+namespace {
+
+double ConstraintValue(MEMData3D& mem, bool fromDensity) {
+    if (fromDensity)
+        mem.CalcFcalc(0);
+    mem.Calc_Constraint(0);
+    return mem.wConstr;
+}
+
+// Central difference of wConstr by *x, with *x restored.
+double Difference(MEMData3D& mem, double* x, double h, bool fromDensity, double* twin = nullptr) {
+    const double x0 = *x;
+    *x = x0 + h;
+    if (twin)
+        *twin = *x;
+    const double up = ConstraintValue(mem, fromDensity);
+    *x = x0 - h;
+    if (twin)
+        *twin = *x;
+    const double down = ConstraintValue(mem, fromDensity);
+    *x = x0;
+    if (twin)
+        *twin = x0;
+    return (up - down) / (2 * h);
+}
+
+const AnalysisSpec kMonoclinic{"P 21/c", {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f}, {8, 8, 8},
+                               {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {-1, 1, 2}, {2, 0, -2}, {0, 2, 0}, {1, 1, -3}, {3, 1, 1}, {1, 3, 1}},
+                               {1, 2}};
+const AnalysisSpec kTrigonal{"P 32 2 1", {5.0f, 5.0f, 6.0f, 90.0f, 90.0f, 120.0f}, {6, 6, 6},
+                             {{1, 0, 0}, {1, 0, 1}, {1, 1, 2}, {2, -1, 1}, {0, 1, 2}, {0, 0, 3}, {2, 1, -1}, {1, 1, 0}},
+                             {2}};
+const AnalysisSpec kOrthorhombic{"P 21 21 21", {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f}, {8, 8, 8},
+                                 {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}, {0, 2, 3}, {3, 1, 2}, {1, 1, 1}, {2, 2, 1}},
+                                 {1, 2}};
+
+// Observed values at about one standard uncertainty from the calculated ones,
+// so that the terms of all orders stay of moderate size.
+void MoveObservationsNearTheFit(MEMData3D& mem, unsigned seed) {
+    std::mt19937 random(seed);
+    std::normal_distribution<double> normal;
+    mem.Calc_Constraint(0);
+    for (int i = 0; i < mem.nRefF; ++i) {
+        const double sigma = 1.0 / std::sqrt(mem.weightF[i]);
+        mem.FobsRe[i] = mem.reflections[i]->A + sigma * normal(random);
+        mem.FobsIm[i] = mem.reflections[i]->B + sigma * normal(random);
+    }
+    for (int g = 0; g < mem.nGroups; ++g)
+        mem.Gobs[g] = mem.Gcalc[g] + normal(random) / std::sqrt(mem.weightG[g]);
+}
+
+// dCdR is the derivative per grid point; the value of an orbit's voxel moves
+// all of its multiplicity[v] points, so the difference quotient by that value
+// is multiplicity times dCdR. Centric and non-centric, on both paths, with
+// groups compared by magnitude or by their mean real part. Random data far
+// from the fit make the high orders of P 21 21 21 overflow the precision of
+// the differences, so its observations are moved near the fit.
+TEST(ConstraintDerivative, ByDensityMatchesFiniteDifferences) {
+    const struct {
+        const AnalysisSpec* spec;
+        bool transform, linearGroups, nearFit;
+    } cases[] = {{&kMonoclinic, false, false, false}, {&kTrigonal, false, false, false}, {&kTrigonal, false, true, false},
+                 {&kMonoclinic, true, false, false},  {&kOrthorhombic, true, false, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.spec->symbol + (c.transform ? " transform" : " direct") + (c.linearGroups ? " linear" : ""));
+        auto mem = c.transform ? MakeTransformAnalysis(*c.spec) : MakePreparedAnalysis(*c.spec);
+        ASSERT_EQ(mem->useFFT, c.transform);
+        mem->param.estimateUnobserved = c.linearGroups;
+        WeighAllOrders(*mem);
+        RandomiseDensity(*mem, 5);
+        if (c.nearFit)
+            MoveObservationsNearTheFit(*mem, 3);
+        ConstraintValue(*mem, true);
+        mem->DFT_Derivatives();
+        for (int g : {0, 1, mem->NASYM / 3, mem->NASYM / 2, mem->NASYM - 1}) {
+            ThreadData* b;
+            int v;
+            VoxelDensity(*mem, g, &b, &v);
+            const double analytic = b->dCdR[v] * b->multiplicity[v];
+            const double difference = Difference(*mem, &b->rho1[v], 1e-4 * b->rho1[v], true, &b->rho12[v]);
+            EXPECT_NEAR(analytic, difference, 1e-6 * std::max(std::fabs(difference), 1.0)) << "voxel " << g;
+        }
+    }
+}
+
+// The merged derivatives by A and B of every reflection, all eight orders
+// weighted, groups compared by magnitude and then by their mean real part.
+// The latter occur only in centrosymmetric data, where B is zero; their B
+// derivative is then left as it stands, so it is not checked.
+TEST(ConstraintDerivative, ByStructureFactorsMatchesFiniteDifferences) {
+    for (int linear : {0, 1}) {
+        SCOPED_TRACE(linear ? "linear groups" : "magnitude groups");
+        auto mem = MakePreparedAnalysis(kOrthorhombic);
+        mem->param.estimateUnobserved = linear;
+        WeighAllOrders(*mem);
+        RandomiseDensity(*mem, 9);
+        MoveObservationsNearTheFit(*mem, 13);
+        mem->Calc_Constraint(0);
+        const int n = mem->nRefF + mem->nRefG;
+        const std::vector<double> dRe(mem->mergedDerivRe, mem->mergedDerivRe + n);
+        const std::vector<double> dIm(mem->mergedDerivIm, mem->mergedDerivIm + n);
+        for (int i = 0; i < n; ++i) {
+            StructureFactor* f = mem->reflections[i];
+            const double dA = Difference(*mem, &f->A, 1e-6 * std::max(std::fabs(f->A), 1.0), false);
+            EXPECT_NEAR(dRe[i], dA, 1e-5 * std::max(std::fabs(dA), 1.0)) << "A of reflection " << i;
+            if (linear && i >= mem->nRefF)
+                continue;
+            const double dB = Difference(*mem, &f->B, 1e-6 * std::max(std::fabs(f->B), 1.0), false);
+            EXPECT_NEAR(dIm[i], dB, 1e-5 * std::max(std::fabs(dB), 1.0)) << "B of reflection " << i;
+        }
+    }
+}
+
+// For the unknowns x with m * rho = x^2, the entropy sum S and its gradient g
+// satisfy dS/dx = 2 x g; their total Q is the charge.
+TEST(EntropyDerivative, BySquareRootUnknownsMatchesFiniteDifferences) {
+    auto mem = MakePreparedAnalysis({"P 21/c", {6.0f, 7.0f, 8.0f, 90.0f, 100.0f, 90.0f}, {6, 4, 6},
+                                     {{1, 0, 0}, {0, 1, 1}, {1, 1, 1}, {0, 2, 0}}});
+    ThreadData* b = mem->threads[0];
+    for (int v = 0; v < b->nVoxel; ++v)
+        b->rho1Old[v] = std::sqrt(b->multiplicity[v] * b->rho1[v]) * (1.0 + 0.1 * std::sin(v));
+    VectorXD g(b->nVoxel), scratch(b->nVoxel);
+    double S = 0.0, Q = 0.0, total = 0.0, q = 0.0;
+    b->BFGS_calc_pRho(g, S, Q);
+    for (int v = 0; v < b->nVoxel; ++v)
+        total += b->multiplicity[v] * b->rho1[v];
+    EXPECT_NEAR(Q, total, 1e-12 * total);
+    for (int v : {0, b->nVoxel / 2, b->nVoxel - 1}) {
+        const double x = b->rho1Old[v], h = 1e-6 * x;
+        double up = 0.0, down = 0.0;
+        b->rho1Old[v] = x + h;
+        b->BFGS_calc_pRho(scratch, up, q);
+        b->rho1Old[v] = x - h;
+        b->BFGS_calc_pRho(scratch, down, q);
+        b->rho1Old[v] = x;
+        EXPECT_NEAR((up - down) / (2 * h), 2 * x * g[v], 1e-6 * std::fabs(2 * x * g[v]) + 1e-9);
+    }
+}
+
+}  // namespace
