@@ -1,7 +1,6 @@
 // Stages of the analysis that are not written yet; each stub goes when its stage lands.
 #include "mem/MEMData3D.h"
 
-void MEMData::Cambridge() {}
 
 bool MEMData3D::ReadFOS(const std::string&) { return false; }
 bool MEMData3D::ReadFCF(const std::string&) { return false; }
