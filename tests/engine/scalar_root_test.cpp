@@ -14,7 +14,7 @@ namespace {
 
 struct Function {
     std::function<double(double)> f;
-    std::vector<double> tried;
+    std::vector<double> tried = {};
 };
 
 double Call(void* data, double x) {
