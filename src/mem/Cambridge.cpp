@@ -161,6 +161,12 @@ void AdaptMultiplier(MEMData& d) {
 }  // namespace
 
 void MEMData::Cambridge() {
+    // A density that is not finite gives nothing to search or improve: every
+    // evaluation would be not-a-number, and the searches would only walk.
+    if (!std::isfinite(constr)) {
+        CalcFcalc(1);
+        return;
+    }
     double step = 1.0;
     StartUp(*this);
     double prevQ = objective;
