@@ -55,6 +55,14 @@ void UpdateMeansAndGradient(MEMData& d) {
     d.gradNorm = std::sqrt((d1 + d2) / d.nVoxelCell);
 }
 
+// The present density holds both target totals; an overflowed exponential
+// step normalises to zero or not-a-number instead.
+bool HoldsTotals(const MEMData& d) {
+    const double mismatch = std::fabs(d.calcMoment[0] - d.targetMoment[0]) +
+                            std::fabs(d.calcMoment[1] - d.targetMoment[1]);
+    return mismatch <= 1e-6 * (std::fabs(d.targetMoment[0]) + std::fabs(d.targetMoment[1]));
+}
+
 double Objective(const MEMData& d) {
     return d.entropyPlus + d.entropyMinus - (d.wConstr - 1.0) * d.finalLambda;
 }
@@ -99,10 +107,7 @@ void StartUp(MEMData& d) {
     startStep = LineSearch(CalcC2, &d, startStep, 1e-9, 4.0);
     // A search whose exponential steps overflowed leaves no usable density:
     // the run then starts from the density it was given.
-    const bool usable = std::isfinite(d.constr) && std::fabs(d.calcMoment[0] - d.targetMoment[0]) +
-                                                        std::fabs(d.calcMoment[1] - d.targetMoment[1]) <=
-                                                    1e-6 * (std::fabs(d.targetMoment[0]) + std::fabs(d.targetMoment[1]));
-    if (!usable) {
+    if (!std::isfinite(d.constr) || !HoldsTotals(d)) {
 #pragma omp parallel num_threads(d.nThreads)
         for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
             d.threads[t]->SwapRho();
