@@ -129,7 +129,6 @@ TEST(Minimiser, StepsBackFromNotANumber) {
         CapturedOutput quiet;
         lbfgs(3, x, &fx, Evaluate, nullptr, &prob, &p);
         EXPECT_GT(prob.nonFinite, 0) << "line search " << ls;
-        EXPECT_TRUE(std::isfinite(fx));
         for (double v : Flatten(x)) EXPECT_NEAR(v, 1.0, 1e-3) << "line search " << ls;
     }
 }

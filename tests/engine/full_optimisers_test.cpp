@@ -1,0 +1,163 @@
+// Algorithms 1 to 3 on real data: the exact maximum-entropy optimum, the gradient, checkpoints, restarts and the combined sequence.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "zspa_fixture.h"
+
+namespace {
+
+// Reads an example through its condition file, as the driver does, for algorithm 1.
+void PrepareExample(TestAnalysis& d, const TempDir& dir, const std::string& name, int maxCycles,
+                    int startType = 0) {
+    LoadTablesOnce();
+    for (const char* ext : {".prf", ".mem"})
+        WriteText(dir.file(name + ext), ReadText(std::string(HALVORIN_SOURCE_DIR) + "/examples/" + name + ext));
+    CapturedOutput quiet;
+    ASSERT_TRUE(d.param.ReadConditions(dir.file(name + ".prf")));
+    d.param.algorithm = 1;
+    d.param.maxCycles = maxCycles;
+    d.param.startType = startType;
+    ASSERT_TRUE(d.ReadFobs());
+    d.nThreads = omp_get_max_threads();
+    d.PrepareCalculation(timer_function::check_timer, &d.stamp);
+}
+
+// Keeps the cycles at which output files were written, with CONSTR then.
+class CheckpointAnalysis : public TestAnalysis {
+public:
+    std::vector<int> writtenAt;
+    double constrWritten = 0.0;
+    int WriteOutputFiles() override {
+        writtenAt.push_back(cycle);
+        constrWritten = constr;
+        return MEMData3D::WriteOutputFiles();
+    }
+};
+
+}  // namespace
+
+// The reference is the exact optimum of the same convex problem, solved on the
+// dual by tools/exact_maxent.py: entropy per electron at CONSTR = 1 and its
+// slopes, which carry it to the CONSTR and the total at which the run ended
+// (the totals are met to 1e-5 only, which is worth a few 1e-6 of entropy).
+TEST(LbfgsAnalysis, EndsAtTheExactMaximumEntropy) {
+    std::ifstream table(std::string(HALVORIN_TEST_DATA) + "/exact_entropy.txt");
+    std::string line;
+    int sets = 0;
+    while (std::getline(table, line)) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream in(line);
+        std::string name;
+        double constrUniform = 0, entropy = 0, byConstr = 0, byTotal = 0;
+        in >> name >> constrUniform >> entropy >> byConstr >> byTotal;
+        const std::string source = name.find("model") != std::string::npos
+                                       ? std::string(HALVORIN_TEST_DATA) + "/" + name
+                                       : std::string(HALVORIN_SOURCE_DIR) + "/examples/" + name;
+        TempDir dir;
+        WriteText(dir.file(name), ReadText(source));
+        TestAnalysis d;
+        d.param.algorithm = 1;
+        d.param.maxCycles = 5000;
+        Prepare(d, dir.file(name));
+        EXPECT_NEAR(d.constr0, constrUniform, 1e-6 * constrUniform) << name;
+        {
+            CapturedOutput quiet;
+            d.L_BFGS();
+        }
+        // The unknowns are the blocks' own vectors, not copies of them.
+        for (int t = 0; t < d.threads.size(); ++t) EXPECT_EQ(d.solution.parts[t], &d.threads[t]->rho1Old);
+        EXPECT_LE(std::fabs(d.constr - 1.0), d.param.convergenceLimit) << name;
+        const double F = d.targetMoment[0];
+        const double got = -d.entropyPlus / F;
+        const double exact = entropy + byConstr * (d.constr - 1.0) + byTotal * (d.calcMoment[0] / F - 1.0);
+        std::printf("%s: entropy per electron %.7f, exact %.7f, CONSTR %.6f\n", name.c_str(), got, exact, d.constr);
+        EXPECT_LE(got, exact + 1e-6) << name;
+        EXPECT_GE(got, exact - 1e-3) << name;
+        ++sets;
+    }
+    EXPECT_GE(sets, 3);
+}
+
+// _evaluate hands over one eighth of dQ/dx; checked against central differences
+// of Q on both density channels, after a few cycles have moved the multipliers.
+TEST(LbfgsAnalysis, GradientIsAnEighthOfTheDerivativeOnBothSides) {
+    TempDir dir;
+    TestAnalysis d;
+    PrepareExample(d, dir, "rutile_n", 5);
+    {
+        CapturedOutput quiet;
+        d.L_BFGS();
+    }
+    ASSERT_EQ(d.solution.parts.size(), 2 * d.threads.size());
+    ASSERT_NE(d.multipliers[1], 0.0);
+    VectorXDMP& x = d.solution;
+    VectorXDMP g(x), scratch(x);
+    MEMData::_evaluate(&d, x, g, d.NASYM, 0.0);
+    for (int side = 0; side < 2; ++side) {
+        const int part = side * d.threads.size();
+        const int n = x.parts[part]->Dim();
+        for (int v : {0, n / 3, n - 1}) {
+            double& xv = (*x.parts[part])[v];
+            const double keep = xv, h = 1e-4 * std::fabs(keep);
+            xv = keep + h;
+            const double up = MEMData::_evaluate(&d, x, scratch, d.NASYM, 0.0);
+            xv = keep - h;
+            const double down = MEMData::_evaluate(&d, x, scratch, d.NASYM, 0.0);
+            xv = keep;
+            const double expected = (up - down) / (2.0 * h) / 8.0;
+            EXPECT_NEAR((*g.parts[part])[v], expected, 1e-5 * std::fabs(expected) + 1e-12)
+                << "side " << side << ", voxel " << v;
+        }
+    }
+}
+
+TEST(LbfgsAnalysis, LeavesResultsAtCycle500AndRestartsFromThem) {
+    TempDir dir;
+    CheckpointAnalysis first;
+    PrepareExample(first, dir, "rutile", 600);
+    {
+        CapturedOutput quiet;
+        first.L_BFGS();
+    }
+    ASSERT_EQ(first.writtenAt, std::vector<int>{500});
+    ASSERT_LT(first.constrWritten, 3.0);
+
+    TestAnalysis again;
+    PrepareExample(again, dir, "rutile", 1, 1);
+    // The grid file keeps single precision, which is all that may differ.
+    EXPECT_NEAR(again.constr0, first.constrWritten, 1e-4 * first.constrWritten);
+    CapturedOutput out;
+    again.L_BFGS();
+    double c = 0.0;
+    ASSERT_EQ(std::sscanf(out.text().substr(out.text().find(" CONSTR = ")).c_str(), " CONSTR = %lf", &c), 1);
+    EXPECT_LT(c, 3.0);
+}
+
+TEST(Cambridge, LeavesResultsAtCycle500) {
+    TempDir dir;
+    CheckpointAnalysis d;
+    PrepareExample(d, dir, "rutile", 600);
+    d.param.algorithm = 2;
+    CapturedOutput quiet;
+    d.Cambridge();
+    EXPECT_EQ(d.writtenAt, std::vector<int>{500});
+    EXPECT_LT(d.constr, d.constr0 / 100.0);
+}
+
+// Code 3 reports ZSPA's result and then, replacing it, Cambridge's.
+TEST(Cambridge, CombinedSequenceWritesTwice) {
+    TempDir dir;
+    CheckpointAnalysis d;
+    PrepareExample(d, dir, "rutile", 40);
+    d.param.algorithm = 3;
+    CapturedOutput out;
+    d.MaxEnt();
+    EXPECT_EQ(d.writtenAt.size(), 2u);
+    EXPECT_NE(out.text().find("      C = "), std::string::npos);
+}
