@@ -80,11 +80,6 @@ TEST(LookupBySymbol, TableOfCases) {
       EXPECT_STREQ(c.name ? c.name : FindSpaceGroupSetting(c.found, uc.spgSetting)->name, uc.spgName);
     }
   }
-  UnitCell rhombohedral = CellOf(6, 6, 6, 75, 75, 75);
-  rhombohedral.setSpgNameStandard("R -3 m");
-  rhombohedral.createSymmetryOP();
-  EXPECT_EQ(1, rhombohedral.latticeCount);
-  EXPECT_EQ(12, rhombohedral.symOp.size());
 }
 
 TEST(SpaceGroupTable, ClassNumbersFollowTheGroupNumber) {

@@ -1,6 +1,5 @@
-// The global space-group table loaded once per test program, the generator's
-// summary of every setting (tests/data/settings_summary.tsv) as independent
-// truth, and cells that fit each setting.
+// The generator's summary of every setting (tests/data/settings_summary.tsv)
+// as independent truth, and cells that fit each setting.
 #pragma once
 
 #include <array>
@@ -13,27 +12,8 @@
 
 #include "app/IO.h"
 #include "base/VectorD.h"
-#include "common/CapturedOutput.h"
-#include "core/SpaceGroup.h"
+#include "common/SpaceGroupTable.h"
 #include "core/UnitCell.h"
-
-struct LoadResult {
-  bool ok = false;
-  std::string messages;
-};
-
-// Loads the table on first use and tells how that went; later calls only report.
-inline const LoadResult& LoadedTable() {
-  static const LoadResult result = [] {
-    progvar = std::string(HALVORIN_DATA_DIR) + "/";
-    CapturedOutput captured;
-    LoadResult r;
-    r.ok = _SpaceGroup::LoadSpaceGroupStd();
-    r.messages = captured.all();
-    return r;
-  }();
-  return result;
-}
 
 struct SettingSummary {
   int number = 0, setting = 0;

@@ -24,8 +24,8 @@ start_example() {
     cd "$WORK" || fail "no scratch directory"
 }
 
-# fact NAME KEY: a value of the example's sidecar of known facts.
-fact() { awk -v k="$2" '$1 == k { $1 = ""; sub(/^ /, ""); print; exit }' "$SRC/examples/$1.facts"; }
+# fact NAME KEY: a value of a sidecar of known facts, the example's unless FACTS names another directory.
+fact() { awk -v k="$2" '$1 == k { $1 = ""; sub(/^ /, ""); print; exit }' "${FACTS:-$SRC/examples}/$1.facts"; }
 
 # set_value PRF INDEX VALUE: replaces value line INDEX of a condition file
 # (0 = the data file name, 6 = start densities, 13 = feedback, 18 = prior, ...).
@@ -45,6 +45,9 @@ run_halvorin() {
 report_value() {
     awk -v p="$2" -v f="$3" -v want="${4:-1}" 'index($0, p) == 1 && ++n == want { print $f; exit }' "$1"
 }
+
+# third_list_rows REPORT: rows of the report's list of unobserved or partially observed reflections.
+third_list_rows() { awk '/^Unobserved or partially observed/ { on = 1; getline; next } on && NF { n++ } END { print n + 0 }' "$1"; }
 
 # cycle0_constr LOG: CONSTR of cycle 0 from the console output.
 cycle0_constr() { awk '/^ CYCLE 0:/ { getline; print $3; exit }' "$1"; }
@@ -102,4 +105,10 @@ check_density() {
             tol = 1e-4 * (fp < 0 ? -fp : fp) + 1e-4
             if (bad > 0 || plus - fp > tol || fp - plus > tol || minus - fm > tol || fm - minus > tol) exit 1
         }' || fail "density of $1 is not positive or does not hold F(000) = $3, $4"
+}
+
+# example_density PGRID NAME: check_density with the volume and F(000) of the example's facts.
+example_density() {
+    check_density "$1" "$(awk -v v="$(fact $2 volume)" -v n="$(fact $2 n_voxel_cell)" 'BEGIN { printf "%.12g", v / n }')" \
+        "$(fact $2 f000_plus)" "$(fact $2 f000_minus)"
 }

@@ -25,8 +25,7 @@ for example in rutile zno rutile_n; do
     awk -v fp="$(fact $example f000_plus)" -v fm="$(fact $example f000_minus)" \
         '{ if (($6 < 0 ? -$6 : $6) + ($12 < 0 ? -$12 : $12) > 1e-5 * (fp - fm)) exit 1 }' <<<"$last" \
         || fail "$example: totals not met: $last"
-    volume=$(awk -v v="$(fact $example volume)" -v n="$(fact $example n_voxel_cell)" 'BEGIN { printf "%.12g", v / n }')
-    check_density "$dir/$example.pgrid" "$volume" "$(fact $example f000_plus)" "$(fact $example f000_minus)" >/dev/null
+    example_density "$dir/$example.pgrid" $example >/dev/null
     cp "$out" "$WORK/$example.2.out"
     echo "$example: $(grep -c '^ CYCLE' "$dir/console.txt") cycles, satisfied"
 done

@@ -16,8 +16,7 @@ DATA=$SRC/tests/data/fcf
 new_workdir
 cp "$DATA"/* "$WORK/"
 cd "$WORK" || fail "no scratch directory"
-
-fcf_fact() { awk -v k="$2" '$1 == k { $1 = ""; sub(/^ /, ""); print; exit }' "$1.facts"; }
+FACTS=$WORK
 
 # analyse NAME DATAFILE RESOLUTION: a run of DATAFILE with the shared settings.
 analyse() {
@@ -27,28 +26,22 @@ analyse() {
     run_halvorin "$1.prf" "$1.log"
 }
 
-# Rows of the third list of a report.
-third_list_rows() { awk '/^Unobserved or partially observed/ { on = 1; getline; next } on && NF { n++ } END { print n + 0 }' "$1"; }
-
-# ops_in_grid PGRID: the operator count stored in a grid file.
-ops_in_grid() { int_at "$1" 152; }
-
 for name in zro2 zro2_shifted zno zno_friedel rutile_list; do
     resolution=0.15
     case $name in zro2*) resolution=0.25 ;; esac  # the shift of a/4 must be whole voxels
     analyse $name $name.fcf $resolution
     out=$name.out
     grep -qx "      The constraints have been satisfied." $out || fail "$name: constraints not satisfied"
-    symbol=$(fcf_fact $name space_group_symbol)
+    symbol=$(fact $name space_group_symbol)
     grep -qx "  Space group: $symbol" $out || fail "$name: space group $(grep 'Space group:' $out), want $symbol"
     if [ "$symbol" != Custom ]; then
-        [ "$(report_value $out "  Space group number:" 4)" = "$(fcf_fact $name space_group_number)" ] || fail "$name: group number"
-        [ "$(report_value $out "  Setting number:" 3)" = "$(fcf_fact $name setting)" ] || fail "$name: setting"
+        [ "$(report_value $out "  Space group number:" 4)" = "$(fact $name space_group_number)" ] || fail "$name: group number"
+        [ "$(report_value $out "  Setting number:" 3)" = "$(fact $name setting)" ] || fail "$name: setting"
     fi
-    [ "$(ops_in_grid $name.pgrid)" = "$(fcf_fact $name n_sym_op)" ] || fail "$name: $(ops_in_grid $name.pgrid) operators"
-    [ "$(report_value $out "     NREF1(F) =" 3)" = "$(fcf_fact $name nref_f)" ] || fail "$name: NREF1"
-    [ "$(report_value $out "     NREF3(E) =" 3)" = "$(fcf_fact $name nref_e)" ] || fail "$name: NREF3"
-    [ "$(third_list_rows $out)" = "$(fcf_fact $name nref_e)" ] || fail "$name: third list has $(third_list_rows $out) rows"
+    [ "$(int_at $name.pgrid 152)" = "$(fact $name n_sym_op)" ] || fail "$name: $(int_at $name.pgrid 152) operators"
+    [ "$(report_value $out "     NREF1(F) =" 3)" = "$(fact $name nref_f)" ] || fail "$name: NREF1"
+    [ "$(report_value $out "     NREF3(E) =" 3)" = "$(fact $name nref_e)" ] || fail "$name: NREF3"
+    [ "$(third_list_rows $out)" = "$(fact $name nref_e)" ] || fail "$name: third list has $(third_list_rows $out) rows"
     echo "$name: $(report_value $out "  Number of cycles = " 5) cycles"
 done
 
@@ -59,14 +52,14 @@ for name in zro2 zno; do
     for line in "         a =" "     alpha =" "  Space group:" "  Space group number:" "  Setting number:"; do
         [ "$(grep -m1 "^$line" $name.out)" = "$(grep -m1 "^$line" ${name}_mem.out)" ] || fail "$name: '$line' differs"
     done
-    [ "$(ops_in_grid $name.pgrid)" = "$(ops_in_grid ${name}_mem.pgrid)" ] || fail "$name: operator counts differ"
+    [ "$(int_at $name.pgrid 152)" = "$(int_at ${name}_mem.pgrid 152)" ] || fail "$name: operator counts differ"
     awk -v a="$(cycle0_constr $name.log)" -v b="$(cycle0_constr ${name}_mem.log)" \
         'BEGIN { d = a - b; if (d < 0) d = -d; exit !(a > 0 && d <= 1e-5 * a) }' ||
         fail "$name: cycle-0 CONSTR $(cycle0_constr $name.log) from .fcf, $(cycle0_constr ${name}_mem.log) from .mem"
 done
 
 # FMEM of the shifted setting against the standard one times exp(2 pi i h.t).
-read -r tx ty tz <<<"$(fcf_fact zro2_shifted origin_shift)"
+read -r tx ty tz <<<"$(fact zro2_shifted origin_shift)"
 structure_factors() { awk '/List of structure factors/ { on = 1; getline; next } on && NF == 13 { print $1, $2, $3, $6, $7 } on && !NF { exit }' "$1"; }
 join <(structure_factors zro2.out | awk '{ print $1 ":" $2 ":" $3, $4, $5 }' | sort) \
      <(structure_factors zro2_shifted.out | awk '{ print $1 ":" $2 ":" $3, $4, $5 }' | sort) |

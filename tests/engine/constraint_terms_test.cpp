@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "app/IO.h"
+#include "common/CapturedOutput.h"
 #include "mem/Constraint.h"
 #include "voxel_fixture.h"
 
@@ -59,11 +59,8 @@ TEST(ConstraintTerms, OrderTwoAloneIsTheReducedChiSquare) {
 // A step with multiplier 0 keeps the starting density, so C is that of cycle 0.
 TEST(ConstraintTerms, TrialMultiplierZeroKeepsTheDensity) {
     auto mem = MakePreparedAnalysis(kWithGroups);
-    const IO::PrintFunc saved = IO::Printf;
-    IO::Printf = IO::NoPrint;
-    const double c = CalcC2(mem.get(), 0.0);
-    IO::Printf = saved;
-    EXPECT_NEAR(c, mem->constr0 - 1.0, 1e-12 * mem->constr0);
+    CapturedOutput quiet;
+    EXPECT_NEAR(CalcC2(mem.get(), 0.0), mem->constr0 - 1.0, 1e-12 * mem->constr0);
 }
 
 // The factor of one reflection before normalisation is the d-spacing term (a

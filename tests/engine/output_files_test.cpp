@@ -106,25 +106,6 @@ TEST(GridFile, PriorComesFromTheUnderscorePriorFile) {
     EXPECT_DOUBLE_EQ(b->rho1Old[b->nVoxel - 1], 12.0 / 5760);
 }
 
-// Truncated after the header, and a header that claims huge reserved and
-// operator blocks: both read to the end of the file and stop.
-TEST(GridFile, DamagedFilesReadWithoutHarm) {
-    TempDir dir;
-    WriteConvergedGrid(dir);
-    const std::string gridFile = dir.file("model.pgrid");
-    const std::string whole = ReadText(gridFile);
-    auto put = [](std::string bytes, size_t at, int32_t value) {
-        return bytes.replace(at, 4, reinterpret_cast<const char*>(&value), 4);
-    };
-    const std::string operators = put(put(whole, 100, 1), 152, 0x7fffffff);  // gridType 1, operator count
-    for (const std::string& broken : {whole.substr(0, 200), whole.substr(0, 60), put(whole, 12, 1 << 30), operators}) {
-        WriteText(gridFile, broken);
-        TestAnalysis d;
-        PrepareAgain(d, dir, 1, 0);
-        EXPECT_EQ(d.nVoxelCell, 16 * 18 * 20);
-    }
-}
-
 TEST(Report, WarnsOfAGridThatDoesNotFitTheSymmetry) {
     TempDir dir;
     TestAnalysis d;

@@ -97,12 +97,4 @@ TEST(ReadFCF, MalformedFilesReadCleanly) {
   }
 }
 
-TEST(ReadFCF, WithoutFZeroNoAnalysis) {
-  ScratchFile file("_cell_length_a 5\n", "x.fcf");
-  auto mem = AnalysisFor(file.path(), 6);
-  CapturedOutput out;
-  EXPECT_FALSE(mem->ReadFCF(file.path()));
-  EXPECT_NE(out.all().find("_exptl_crystal_F_000"), std::string::npos);
-}
-
 }  // namespace

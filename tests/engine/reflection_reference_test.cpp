@@ -155,7 +155,7 @@ TEST(ExpandAgainstCctbx, WithCctbxOperators) {
 
 // The same with the operators of the program's own tables.
 TEST(ExpandAgainstCctbx, WithProgramTables) {
-  ASSERT_TRUE(SpaceGroupTableLoaded());
+  ASSERT_TRUE(LoadedTable().ok);
   for (const ReferenceGroup& group : reference()) {
     UnitCell cell;
     cell.setSpgNumber(group.number, group.setting);

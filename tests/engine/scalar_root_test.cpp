@@ -5,6 +5,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/CapturedOutput.h"
@@ -13,8 +14,9 @@
 namespace {
 
 struct Function {
+    explicit Function(std::function<double(double)> fn) : f(std::move(fn)) {}
     std::function<double(double)> f;
-    std::vector<double> tried = {};
+    std::vector<double> tried;
 };
 
 double Call(void* data, double x) {

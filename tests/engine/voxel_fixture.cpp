@@ -8,16 +8,16 @@
 #include <random>
 #include <stdexcept>
 
-#include "app/IO.h"
+#include "common/CapturedOutput.h"
+#include "common/SpaceGroupTable.h"
 #include "core/Matrix4D.h"
 #include "mem/ThreadData.h"
-#include "readmem_support.h"
 
 namespace {
 
 // Puts the cell, its matrices and the expanded operators of `group` into uc.
 void ChooseGroup(UnitCell& uc, const TestGroup& group, const std::array<float, 6>& cell) {
-    if (!SpaceGroupTableLoaded())
+    if (!LoadedTable().ok)
         throw std::runtime_error("space-group tables not generated");
     std::copy(cell.begin(), cell.end(), uc.cell);
     uc.orthoMatrix.SetC2Ortho(uc.cell);
@@ -131,10 +131,8 @@ std::unique_ptr<MEMData3D> MakeAnalysis(const AnalysisSpec& spec) {
 }
 
 void PrepareQuietly(MEMData3D& mem) {
-    const IO::PrintFunc saved = IO::Printf;
-    IO::Printf = IO::NoPrint;
+    CapturedOutput quiet;
     mem.PrepareCalculation(nullptr, nullptr);
-    IO::Printf = saved;
 }
 
 std::unique_ptr<MEMData3D> MakePreparedAnalysis(const AnalysisSpec& spec) {

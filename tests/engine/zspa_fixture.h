@@ -19,7 +19,7 @@
 // that the waits after a refused restart or prior file return at once.
 inline void LoadTablesOnce() {
     static const bool quietInput = freopen("/dev/null", "r", stdin) != nullptr;
-    ASSERT_TRUE(quietInput && SpaceGroupTableLoaded());
+    ASSERT_TRUE(quietInput && LoadedTable().ok);
 }
 
 // An analysis that keeps its own timer stamp, as the driver does.
@@ -28,27 +28,33 @@ public:
     double stamp = 0.0;
 };
 
-// Reads a data set with the given settings already in `d.param`, fixes the
-// thread count as the driver does, and prepares cycle 0. Messages are
-// captured; the failures among them are handed to `errors` when given.
-inline void Prepare(TestAnalysis& d, const std::string& dataFile, std::string* errors = nullptr) {
+// Reads a data set of the given file type with the settings already in
+// `d.param`; the messages go to `messages` when given.
+inline bool ReadQuietly(MEMData3D& d, const std::string& path, int type, std::string* messages = nullptr) {
     LoadTablesOnce();
     CapturedOutput quiet;
-    d.param.fileType = 3;
-    d.param.dataFile = dataFile;
+    d.param.fileType = type;
+    d.param.dataFile = path;
     d.param.SetFileNames();
-    ASSERT_TRUE(d.ReadFobs());
+    const bool read = d.ReadFobs();
+    if (messages) *messages = quiet.all();
+    return read;
+}
+
+// Fixes the thread count as the driver does and prepares cycle 0; the
+// failures among its messages go to `errors` when given.
+inline void PrepareCycleZero(TestAnalysis& d, std::string* errors = nullptr) {
+    CapturedOutput quiet;
     d.nThreads = omp_get_max_threads();
     d.stamp = omp_get_wtime();
     d.PrepareCalculation(timer_function::check_timer, &d.stamp);
     if (errors) *errors = quiet.errors();
 }
 
-// Copies a bundled example data set into `dir` and returns the copy's path.
-inline std::string CopyExample(const TempDir& dir, const std::string& name) {
-    std::string to = dir.file(name + ".mem");
-    WriteText(to, ReadText(std::string(HALVORIN_SOURCE_DIR) + "/examples/" + name + ".mem"));
-    return to;
+// ReadQuietly on a .mem data set, then PrepareCycleZero.
+inline void Prepare(TestAnalysis& d, const std::string& dataFile, std::string* errors = nullptr) {
+    ASSERT_TRUE(ReadQuietly(d, dataFile, 3));
+    PrepareCycleZero(d, errors);
 }
 
 // Sum over the asymmetric unit of multiplicity times density, channel 1 or 2,

@@ -3,6 +3,8 @@
 
 #include <omp.h>
 
+#include <cstdlib>
+
 #include "app/Timer.h"
 #include "fuzz_support.h"
 #include "mem/MEMData3D.h"
@@ -18,7 +20,10 @@ inline void FuzzAnalysis(MEMData3D& mem) {
     // Formats without a grid of their own get a coarse one, so that they too
     // reach the analysis.
     mem.param.gridResolution = 1.5;
-    if (!mem.ReadFobs()) return;
+    const bool read = mem.ReadFobs();
+    // Read or refused, the list and its counts agree.
+    if (mem.reflections.size() != mem.nRefUnobs + mem.nRefF + mem.nRefG + mem.nRefE) abort();
+    if (!read) return;
     const long long voxels = 1LL * mem.gridSize[0] * mem.gridSize[1] * mem.gridSize[2];
     if (voxels > kFuzzedVoxels) return;
     mem.nThreads = omp_get_max_threads();

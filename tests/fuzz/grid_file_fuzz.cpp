@@ -19,13 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     mem.param.fileType = 3;
     mem.param.dataFile = WriteInput(reinterpret_cast<const uint8_t*>(kDataSet), sizeof kDataSet - 1, ".mem");
     mem.param.SetFileNames();
-    mem.param.startType = 1;
-    mem.param.priorType = 1;
-    mem.param.maxCycles = 2;
-    if (!mem.ReadFobs()) return 0;
-    mem.nThreads = omp_get_max_threads();
-    double stamp = omp_get_wtime();
-    mem.PrepareCalculation(timer_function::check_timer, &stamp);
-    mem.MaxEnt();
+    mem.param.startType = mem.param.priorType = 1;
+    FuzzAnalysis(mem);
     return 0;
 }

@@ -1,4 +1,4 @@
-// Dense matrices: inverse, determinant, products and solves.
+// Dense matrices: inverse and determinant.
 #include <gtest/gtest.h>
 
 #include "base/MatrixD.h"
@@ -38,36 +38,6 @@ TEST(MatrixInverse, InverseAndDeterminant) {
   EXPECT_NEAR(fromRows(3, 3, {0, 1, 0, 1, 0, 0, 0, 0, 1}).Determinant(), -1.0, 1e-15);
   EXPECT_NEAR(fromRows(3, 3, {2, -3, 1, 2, 0, -1, 1, 4, 5}).Determinant(), 49.0, 1e-12);
   EXPECT_EQ(MatrixDD().Determinant(), 1.0);
-}
-
-TEST(MatrixProduct, GeMMWithTransposeAndIntoItsOwnFactor) {
-  const MatrixDD A = fromRows(2, 3, {1, 2, 3, 4, 5, 6});
-  const MatrixDD B = fromRows(2, 2, {1, -1, 2, 0});
-  MatrixDD C = fromRows(3, 2, {1, 1, 1, 1, 1, 1});
-  C.GeMM(A, B, 'T', 'N', 2.0, 1.0);  // C = 2 A^T B + C
-  expectNear(C, fromRows(3, 2, {19, -1, 25, -3, 31, -5}), 1e-14);
-
-  MatrixDD D = fromRows(2, 2, {1, 2, 3, 4});
-  D.GeMM(D, B);
-  expectNear(D, fromRows(2, 2, {5, -1, 11, -3}), 0.0);
-}
-
-TEST(MatrixSolve, GeTRSRecoversKnownSolutions) {
-  const MatrixDD A = fromRows(3, 3, {3, 2, -1, 2, -2, 4, -1, 0.5, -1});
-  MatrixDD factors(A, 'N');
-  // Right-hand sides of the solutions (1, -2, -2) and (2, 0, 1).
-  MatrixDD B = fromRows(3, 2, {1, 5, -2, 8, 0, -3});
-  SolverData work;
-  work.ipiv = {9, 9, 9, 9};
-  work.CreateForGeTRS(factors);
-  EXPECT_EQ(work.ipiv.size(), 3u);
-  EXPECT_EQ(factors.GeTRS(B, work), 0);
-  expectNear(B, fromRows(3, 2, {1, 2, -2, 0, -2, 1}), 1e-13);
-
-  MatrixDD again(A, 'N');
-  MatrixDD c = fromRows(3, 1, {4, -0.5, 4});  // A^T (1, 2, 3)
-  EXPECT_EQ(again.GeTRS(c, work, 'T'), 0);
-  expectNear(c, fromRows(3, 1, {1, 2, 3}), 1e-13);
 }
 
 }  // namespace

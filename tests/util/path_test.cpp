@@ -62,16 +62,9 @@ TEST(AbsolutePath, RelativeBaseResolvesAgainstWorkingDirectory) {
     EXPECT_EQ(absolute("a.mem", "no_such_dir_here/cond.prf"), cwd() + "/no_such_dir_here/a.mem");
 }
 
-TEST(RelativePath, SameSiblingAndParentDirectories) {
-    const char* cases[][3] = {{"/x/y/a.mem", "/x/y/a.prf", "a.mem"},      {"/x/z/a.mem", "/x/y/a.prf", "../z/a.mem"},
-                              {"/x/a.mem", "/x/y/a.prf", "../a.mem"},     {"/x/y/w/a.mem", "/x/y/a.prf", "w/a.mem"},
-                              {"/p/q/a.mem", "/x/y/a.prf", "../../p/q/a.mem"}, {"/a.mem", "/a.prf", "a.mem"}};
-    for (auto& c : cases) EXPECT_EQ(relative(c[0], c[1]), c[2]) << c[0];
-}
-
 TEST(RelativePath, InvertsAbsolutePath) {
     const std::string base = "/nonexistent_x/y/z/cond.prf";
-    for (const char* rel : {"a.mem", "../a.mem", "../../b/a.mem", "d/e/a.mem"}) {
+    for (const char* rel : {"a.mem", "../a.mem", "../../b/a.mem", "../../../p/q/a.mem", "d/e/a.mem"}) {
         std::string path = absolute(rel, base);
         EXPECT_EQ(relative(path, base), rel);
     }

@@ -4,18 +4,6 @@
 #include <string>
 
 #include "app/ElapsedTimes.h"
-#include "app/Timer.h"
-
-using timer_function::addMilliseconds;
-
-TEST(Timer, SumIsTruncatedToWholeMilliseconds) {
-    EXPECT_EQ(addMilliseconds(0, 0.0019), 1);
-    EXPECT_EQ(addMilliseconds(5, 0.0007), 5);
-    EXPECT_EQ(addMilliseconds(1000, 2.5), 3500);
-    // The sum, not the increment, is truncated: a negative step of half a
-    // millisecond costs a whole one.
-    EXPECT_EQ(addMilliseconds(5, -0.0005), 4);
-}
 
 TEST(ElapsedTimes, SummaryText) {
     FILE* f = tmpfile();
