@@ -1,6 +1,6 @@
 // Replays every file of the corpus directories on the command line through a fuzz target,
-// so that inputs that once broke the program stay tested in every build. The
-// named seeds are replayed cut short as well, since a user's file may end anywhere.
+// so that inputs that once broke the program stay tested in every build. The seeds,
+// whose names carry an extension, are also replayed cut short: a user's file may end anywhere.
 #include <dirent.h>
 
 #include <algorithm>

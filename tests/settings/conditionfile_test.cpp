@@ -36,11 +36,8 @@ MEMParam unusualSettings(const std::string& dataFile) {
 // The value lines of a condition file, in order, without blank and comment lines.
 std::vector<std::string> valueLines(const std::string& text) {
     std::vector<std::string> values;
-    size_t start = 0;
-    for (size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-        const std::string line = text.substr(start, end - start);
+    for (const std::string& line : Lines(text))
         if (!line.empty() && line[0] != '#') values.push_back(line);
-    }
     return values;
 }
 

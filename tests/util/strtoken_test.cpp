@@ -39,14 +39,11 @@ TEST(StrToken, NewTokenRestoresOldStringAndSwitchesDelimiters) {
     EXPECT_STREQ(second, "u v;w");
 }
 
-TEST(StrToken, EmptyAndNullStrings) {
-    char empty[] = "";
-    StrToken a(empty, " ");
-    EXPECT_EQ(a.nextToken(), nullptr);
-    char blanks[] = "   ";
-    StrToken b(blanks, " ");
-    EXPECT_EQ(b.nextToken(), nullptr);
-    StrToken c(nullptr, " ");
-    EXPECT_EQ(c.nextToken(), nullptr);
-    EXPECT_EQ(c.newToken(nullptr, ","), nullptr);
+TEST(StrToken, EmptyBlankAndNullStrings) {
+    char empty[] = "", blanks[] = "   ";
+    for (char* text : {empty, blanks, static_cast<char*>(nullptr)}) {
+        StrToken tokens(text, " ");
+        EXPECT_EQ(tokens.nextToken(), nullptr);
+        EXPECT_EQ(tokens.newToken(nullptr, ","), nullptr);
+    }
 }
