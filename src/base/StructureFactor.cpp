@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <set>
 #include <vector>
 
 #include "app/MergeSort.h"
@@ -328,37 +329,26 @@ void StructureFactor::CreateReflectionList(ObjVector<StructureFactor>& out,
 
 int StructureFactor::RemoveDuplicate(ObjVector<StructureFactor>& list, VectorBase& reference,
                                      const ObjVector<MatrixD>&, const MatrixD&, int dim) {
-  ObjVector<StructureFactor> sorted;
-  sorted.VectorBase::append(reference);
-  sortByDSpacing(sorted);
-  // Both lists ascend in 1/d, so the search for a record's duplicates is
-  // confined to a band of 0.0002 that moves forward with it.
-  const double band = 0.0001;
-  int removed = 0;
-  int j = 0;
-  int i = 0;
-  while (i < list.size()) {
-    const StructureFactor* e = list[i];
+  // The first triples of the reference records, looked up by value: a search
+  // confined to a band of 1/d would do the same, but a needle-shaped cell
+  // crowds thousands of reflections into one band and makes it quadratic.
+  ObjVector<StructureFactor> records;
+  records.VectorBase::append(reference);
+  std::set<std::vector<int>> firsts;
+  for (const StructureFactor* o : records)
+    if (o->hkl.nItems() > 0)
+      firsts.emplace(o->hkl.item(0), o->hkl.item(0) + dim);
+  // The records that stay are gathered in one pass: removing them one by one
+  // would move the rest of a long list each time.
+  ObjVector<StructureFactor> kept;
+  for (StructureFactor* e : list) {
     bool duplicate = false;
-    for (int k = j; k < sorted.size() && !duplicate; ++k) {
-      const StructureFactor* o = sorted[k];
-      if (o->hkl.nItems() == 0)
-        continue;
-      if (e->di > o->di + band) {
-        j = k;
-        continue;
-      }
-      if (o->di - band > e->di)
-        break;
-      for (size_t r = 0; r < e->hkl.nItems() && !duplicate; ++r)
-        duplicate = sameIndices(e->hkl.item(r), o->hkl.item(0), dim);
-    }
-    if (duplicate) {
-      list.remove(i);
-      ++removed;
-    } else {
-      ++i;
-    }
+    for (size_t r = 0; r < e->hkl.nItems() && !duplicate; ++r)
+      duplicate = firsts.count(std::vector<int>(e->hkl.item(r), e->hkl.item(r) + dim)) > 0;
+    if (!duplicate)
+      kept.add(e);
   }
+  const int removed = list.size() - kept.size();
+  list = kept;
   return removed;
 }
