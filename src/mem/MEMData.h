@@ -163,6 +163,8 @@ public:
   bool useFFT = false;
   fftw_plan planForward = nullptr;      // realGrid -> fourierGrid
   fftw_plan planBackward = nullptr;     // derivGrid -> realGrid
+  std::vector<double> shiftFactors;     // FFT path: cos, sin of every equivalent's phase shift
+  std::vector<long> shiftStart;         // FFT path: first pair of each reflection in shiftFactors
 
   // Result statistics
   double RF = 0.0;

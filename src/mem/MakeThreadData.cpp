@@ -66,6 +66,22 @@ void SetUpTransforms(MEMData3D& mem) {
     std::fill(&mem.derivGrid[0][0], &mem.derivGrid[0][0] + 2 * mem.nComplex, 0.0);
 }
 
+// The phase factor exp(-2 pi i phi) of every equivalent of every reflection,
+// which the derivatives take into the grid in every cycle.
+void TabulateShifts(MEMData3D& mem) {
+    mem.shiftStart.assign(1, 0);
+    mem.shiftFactors.clear();
+    for (int i = 0; i < mem.reflections.size(); ++i) {
+        const StructureFactor& f = *mem.reflections[i];
+        for (std::size_t j = 0; j < f.hkl.nItems(); ++j) {
+            const double theta = f.phase.item(j)[0] * -6.283185307179586;
+            mem.shiftFactors.push_back(std::cos(theta));
+            mem.shiftFactors.push_back(std::sin(theta));
+        }
+        mem.shiftStart.push_back(static_cast<long>(mem.shiftFactors.size() / 2));
+    }
+}
+
 // Contiguous runs of the scan order, differing in length by at most one. The
 // objects are made here in thread order; each thread then fills its own block,
 // so that the block's pages lie in that thread's memory.
@@ -171,8 +187,10 @@ void MEMData3D::MakeThreadData() {
             useFFT = TransformIsCheaper(NASYM, nRefF + nRefG + nRefE, centroFactor, nVoxelCell);
             IO::Printf(useFFT ? "\nUse FFT routine.\n" : "\nUse DFT routine.\n");
         }
-        if (useFFT)
+        if (useFFT) {
             SetUpTransforms(*this);
+            TabulateShifts(*this);
+        }
         BuildBlocks(*this, asu, ops, nRefl);
     }
     if (param.startType)

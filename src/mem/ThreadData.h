@@ -43,6 +43,8 @@ public:
     VectorXD step2;
     double F000Plus = 0.0;
     double F000Minus = 0.0;
+    double totalPlus = 0.0;   // multiplicity-weighted totals of rho1 and rho2, by SumTotals
+    double totalMinus = 0.0;
     double* cosTable = nullptr;  // direct path: nVoxel rows of nRefl entries
     double* sinTable = nullptr;  // direct path; null for a centrosymmetric structure
     bool useFFT = false;
@@ -86,6 +88,8 @@ public:
     // rho12 = the logarithmic density, ln(rho / prior), for the report's coefficients.
     void CalcLnRho();
     void Add_Rho12();
+    // Sets totalPlus and totalMinus from the present densities.
+    void SumTotals();
     // Old and new densities exchange storage; the vectors stay the same objects.
     void SwapRho();
     void CopyRho();

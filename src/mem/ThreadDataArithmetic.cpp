@@ -246,6 +246,19 @@ void ThreadData::Add_Rho12() {
         out[v] = r1[v] + r2[v];
 }
 
+void ThreadData::SumTotals() {
+    const double* __restrict r1 = rho1.p_;
+    const double* __restrict r2 = rho2.p_;
+    const int* __restrict m = multiplicity;
+    double p = 0.0, q = 0.0;
+    for (int v = 0; v < nVoxel; ++v) {
+        p += m[v] * r1[v];
+        q += m[v] * r2[v];
+    }
+    totalPlus = p;
+    totalMinus = q;
+}
+
 // Exchanges storage, not values: the vectors stay the same objects, so lists
 // that share them see the exchange.
 static void SwapStorage(VectorXD& a, VectorXD& b) {
