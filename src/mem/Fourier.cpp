@@ -36,8 +36,6 @@ void ClearGrid(fftw_complex* grid, long n, int nThreads) {
 }  // namespace
 
 void MEMData::CalcFcalc(int withE) {
-    ClearGrid(derivGrid, nComplex, nThreads);
-    ClearGrid(gridPowerB[5], nComplex, nThreads);
     if (!useFFT) {
 #pragma omp parallel num_threads(nThreads)
         for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
@@ -214,6 +212,8 @@ void MEMData3D::DFT_Derivatives() {
             threads[t]->Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm);
         return;
     }
+    ClearGrid(derivGrid, nComplex, nThreads);
+    ClearGrid(gridPowerB[5], nComplex, nThreads);
     ScatterDerivatives(*this, nRefF + nRefG, 1.0, 1.0, derivGrid, gridPowerB[5]);
     fftw_execute(planBackward);
 #pragma omp parallel num_threads(nThreads)
@@ -241,6 +241,8 @@ void MEMData3D::Calc_dCdR_OMRA(double lam) {
         }
         return;
     }
+    ClearGrid(derivGrid, nComplex, nThreads);
+    ClearGrid(gridPowerB[5], nComplex, nThreads);
     ScatterDerivatives(*this, n, lam, -lam, derivGrid, gridPowerB[5]);
     // The zero-frequency entry takes no reflection's term; the totals' terms
     // arrive there once for every reflection.

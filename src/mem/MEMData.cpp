@@ -23,8 +23,9 @@ MEMData::~MEMData() {
                          &residualRe, &residualIm, &mergedDerivRe, &mergedDerivIm, &refWeight})
     FreeAligned(*array);
   fftw_free(realGrid);
+  if (derivGrid != fourierGrid)
+    fftw_free(derivGrid);
   fftw_free(fourierGrid);
-  fftw_free(derivGrid);
   for (fftw_complex* work : gridPowerA)
     fftw_free(work);
   for (fftw_complex* work : gridPowerB)

@@ -158,7 +158,7 @@ public:
   double** gridPointer = nullptr;       // nVoxelCell, new[]
   fftw_complex* fourierGrid = nullptr;  // nComplex, fftw_malloc
   fftw_complex* gridPowerA[4] = {};     // [1..3] used, entropy orders above 1
-  fftw_complex* derivGrid = nullptr;    // nComplex, fftw_malloc
+  fftw_complex* derivGrid = nullptr;    // nComplex; the same array as fourierGrid
   fftw_complex* gridPowerB[6] = {};     // [1..5] used, entropy orders above 1
   bool useFFT = false;
   fftw_plan planForward = nullptr;      // realGrid -> fourierGrid

@@ -55,15 +55,16 @@ void SetUpTransforms(MEMData3D& mem) {
     mem.gridPointer = new double*[mem.nVoxelCell]();
     mem.realGrid = static_cast<double*>(fftw_malloc(sizeof(double) * mem.nVoxelCell));
     mem.fourierGrid = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * mem.nComplex));
-    mem.derivGrid = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * mem.nComplex));
-    if (!mem.realGrid || !mem.fourierGrid || !mem.derivGrid)
+    // The coefficients are read before the derivatives are scattered, so one
+    // complex grid serves both transforms.
+    mem.derivGrid = mem.fourierGrid;
+    if (!mem.realGrid || !mem.fourierGrid)
         throw std::bad_alloc();
     const int nx = mem.gridSize[0], ny = mem.gridSize[1], nz = mem.gridSize[2];
     mem.planForward = fftw_plan_dft_r2c_3d(nz, ny, nx, mem.realGrid, mem.fourierGrid, FFTW_MEASURE);
     mem.planBackward = fftw_plan_dft_c2r_3d(nz, ny, nx, mem.derivGrid, mem.realGrid, FFTW_MEASURE);
     std::fill(mem.realGrid, mem.realGrid + mem.nVoxelCell, 0.0);
     std::fill(&mem.fourierGrid[0][0], &mem.fourierGrid[0][0] + 2 * mem.nComplex, 0.0);
-    std::fill(&mem.derivGrid[0][0], &mem.derivGrid[0][0] + 2 * mem.nComplex, 0.0);
 }
 
 // The phase factor exp(-2 pi i phi) of every equivalent of every reflection,

@@ -31,7 +31,8 @@ public:
     VectorXD rho12;  // rho1 + rho2: what the Fourier transforms read
     double* prior1 = nullptr;
     double* prior2 = nullptr;
-    double** rhoPointer = nullptr;  // FFT path: each voxel's own point of the real grid
+    const double* realGrid = nullptr;  // FFT path: the cell grid of the transforms
+    int* gridIndex = nullptr;          // FFT path: each voxel's own point of realGrid
     double* partialA = nullptr;     // direct path: this block's share of every A
     double* partialB = nullptr;     // direct path, acentric only: share of every B
     VectorXD dCdR;
@@ -94,6 +95,9 @@ public:
     void SwapRho();
     void CopyRho();
     // Cambridge: gradient and curvature of Q, the Newton-like step, and its correction.
+    // Their vectors (dQdRho, curv, step) are allocated by the first of them to
+    // run, so that the other algorithms do without that memory.
+    void ReserveNewtonVectors();
     void Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2);
     void Calc_Next_Rho3(double t, double& a, double& b, double& c, double& d);
     void Normalize3(double& a, double& b);
