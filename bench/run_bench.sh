@@ -1,16 +1,16 @@
 #!/bin/sh
 # Runs cycle_bench on every data set with one thread and with all threads,
 # prints a table and keeps the raw numbers in BUILD/bench/cycles.csv.
-# Usage: run_bench.sh BUILD [attempts]
+# Usage: run_bench.sh BUILD [repetitions]
 set -e
 build=${1:-build}
-attempts=${2:-6}
+repeats=${2:-9}
 threads=$(nproc)
 csv=$build/bench/cycles.csv
-echo "set,grid,NASYM,reflections,path,threads,zspa_ms,lbfgs_ms,floor_ms,zspa_ratio,lbfgs_ratio,bytes_per_voxel,attempts" > "$csv"
+echo "set,grid,NASYM,reflections,path,threads,zspa_ms,lbfgs_ms,floor_ms,zspa_ratio,lbfgs_ratio,bytes_per_voxel,repetitions" > "$csv"
 for set in direct cubic p1 p21c; do
   for t in 1 $threads; do
-    OMP_NUM_THREADS=$t OMP_WAIT_POLICY=passive "$build/bench/cycle_bench" $set $attempts "$build" >> "$csv"
+    OMP_NUM_THREADS=$t OMP_WAIT_POLICY=passive "$build/bench/cycle_bench" $set $repeats "$build" >> "$csv"
   done
 done
 # Speed-up from 1 to all threads: of a ZSPA attempt, an L-BFGS evaluation and the floor.
