@@ -16,12 +16,13 @@ namespace {
 double ImaginaryFactor(int centroFactor) { return centroFactor == 2 ? 0.0 : 1.0; }
 
 // The whole symmetry expansion: each orbit's one value lands on all its
-// points. A flat loop through the pointer table, with no index arithmetic,
-// split into even runs of the cell over the team.
-void GatherCell(double* __restrict grid, double* const* __restrict from, int n, int nThreads) {
+// points. A flat loop through the owner table, split into even runs of the
+// cell over the team.
+void GatherCell(double* __restrict grid, const double* __restrict density,
+                const int* __restrict owner, int n, int nThreads) {
 #pragma omp parallel for num_threads(nThreads) schedule(static)
     for (int j = 0; j < n; ++j)
-        grid[j] = *from[j];
+        grid[j] = density[owner[j]];
 }
 
 // Zeroes a complex grid, each thread its own run of it.
@@ -43,7 +44,7 @@ void MEMData::CalcFcalc(int withE) {
             threads[t]->Calc_Partial_Fcalc(withE);
         }
     } else {
-        GatherCell(realGrid, gridPointer, nVoxelCell, nThreads);
+        GatherCell(realGrid, densitySum, cellOwner.data(), nVoxelCell, nThreads);
         fftw_execute(planForward);
     }
     CalcFcalc_impl(withE);
@@ -132,7 +133,7 @@ void MEMData3D::CalcFlnR() {
         }
         return;
     }
-    GatherCell(realGrid, gridPointer, nVoxelCell, nThreads);
+    GatherCell(realGrid, densitySum, cellOwner.data(), nVoxelCell, nThreads);
     fftw_execute(planForward);
     const double c = ImaginaryFactor(centroFactor);
 #pragma omp parallel for num_threads(nThreads) schedule(static)

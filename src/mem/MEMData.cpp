@@ -30,7 +30,7 @@ MEMData::~MEMData() {
     fftw_free(work);
   for (fftw_complex* work : gridPowerB)
     fftw_free(work);
-  delete[] gridPointer;
+  FreeAligned(densitySum);
 }
 
 void MEMData::AllocateMemory() {

@@ -5,10 +5,12 @@
 #include <climits>
 #include <cmath>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "app/IO.h"
 #include "base/Assert.h"
+#include "mem/AlignedArray.h"
 #include "mem/GridSymmetry.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
@@ -52,7 +54,6 @@ bool TransformIsCheaper(int nAsym, int nCounted, int centroFactor, int nVoxelCel
 void SetUpTransforms(MEMData3D& mem) {
     fftw_init_threads();
     fftw_plan_with_nthreads(mem.nThreads);
-    mem.gridPointer = new double*[mem.nVoxelCell]();
     mem.realGrid = static_cast<double*>(fftw_malloc(sizeof(double) * mem.nVoxelCell));
     mem.fourierGrid = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * mem.nComplex));
     // The coefficients are read before the derivatives are scattered, so one
@@ -87,6 +88,8 @@ void TabulateShifts(MEMData3D& mem) {
 // objects are made here in thread order; each thread then fills its own block,
 // so that the block's pages lie in that thread's memory.
 void BuildBlocks(MEMData3D& mem, const AsymmetricUnit& asu, const std::vector<int>& ops, int nRefl) {
+    if (mem.useFFT)
+        mem.densitySum = AllocateAligned<double>(mem.NASYM);
     for (int t = 0; t < mem.nThreads; ++t) {
         const int begin = static_cast<int>(static_cast<long long>(t) * mem.NASYM / mem.nThreads);
         const int end = static_cast<int>(static_cast<long long>(t + 1) * mem.NASYM / mem.nThreads);
@@ -97,7 +100,7 @@ void BuildBlocks(MEMData3D& mem, const AsymmetricUnit& asu, const std::vector<in
         ThreadData* block = mem.threads[t];
         block->Create(3, mem.gridSize, mem.targetMoment[0], mem.targetMoment[1],
                       asu.voxel.data() + 3 * block->offset, asu.multiplicity.data() + block->offset,
-                      mem.realGrid, mem.gridPointer, asu.owner.data(), mem.reflections, nRefl,
+                      mem.realGrid, mem.densitySum, mem.reflections, nRefl,
                       ops.data(), mem.nSymOp, mem.nCenter, mem.centroFactor, mem.useFFT,
                       mem.nRefE);
     }
@@ -178,7 +181,7 @@ void MEMData3D::MakeThreadData() {
     nCenter = LatticePoints(unitCell.spgName, unitCell.spgSetting);
 
     {
-        const AsymmetricUnit asu = FindAsymmetricUnit(gridSize, ops);
+        AsymmetricUnit asu = FindAsymmetricUnit(gridSize, ops);
         NASYM = asu.size();
         const int nRefl = nRefUnobs + nRefF + nRefG + nRefE;
         HV_ASSERT(nRefl <= reflections.size());
@@ -193,6 +196,9 @@ void MEMData3D::MakeThreadData() {
             TabulateShifts(*this);
         }
         BuildBlocks(*this, asu, ops, nRefl);
+        // The gather of every cycle reads densitySum through the owners.
+        if (useFFT)
+            cellOwner = std::move(asu.owner);
     }
     if (param.startType)
         ReadRho2();

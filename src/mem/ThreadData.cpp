@@ -46,6 +46,11 @@ ThreadData::ThreadData(int nReflFG, int nVoxel, int offset)
 }
 
 ThreadData::~ThreadData() {
+    // A run of the analysis's densitySum is not the vector's own to free.
+    if (sumIsShared) {
+        rho12.p_ = nullptr;
+        rho12.dim_ = 0;
+    }
     FreeAligned(voxel);
     FreeAligned(multiplicity);
     FreeAligned(prior1);
@@ -59,7 +64,7 @@ ThreadData::~ThreadData() {
 
 void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
                         const int* voxelList, const int* multiplicityList, double* realGrid,
-                        double** gridPointer, const int* owner, ObjVector<StructureFactor>& refl,
+                        double* densitySum, ObjVector<StructureFactor>& refl,
                         int nReflAll, const int* ops, int nOps, int nCenter, int centroFactor,
                         bool fft, int nReflReportOnly) {
     std::fill(size, size + 6, 0);
@@ -78,7 +83,13 @@ void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
     std::copy(multiplicityList, multiplicityList + nVoxel, multiplicity);
     for (int k = 0; k < kCommonVectors; ++k) {
         VectorXD& x = this->*kVectors[k];
-        x.Resize(nVoxel);
+        if (&x == &rho12 && densitySum) {
+            x.p_ = densitySum + offset;
+            x.dim_ = nVoxel;
+            sumIsShared = true;
+        } else {
+            x.Resize(nVoxel);
+        }
         std::fill(x.p_, x.p_ + nVoxel, 0.0);
     }
 
@@ -101,12 +112,6 @@ void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
     for (int v = 0; v < nVoxel; ++v) {
         const int* p = voxel + 3 * v;
         gridIndex[v] = p[0] + nx * (p[1] + ny * p[2]);
-    }
-    // Each cell point has one owner, so the blocks fill disjoint slots.
-    for (int j = 0; j < nVoxelCell; ++j) {
-        const int o = owner[j] - offset;
-        if (o >= 0 && o < nVoxel)
-            gridPointer[j] = &rho12[o];
     }
 }
 

@@ -28,7 +28,7 @@ public:
     VectorXD rho1;
     VectorXD rho2Old;
     VectorXD rho2;
-    VectorXD rho12;  // rho1 + rho2: what the Fourier transforms read
+    VectorXD rho12;  // rho1 + rho2: what the Fourier transforms read; FFT path: a run of densitySum
     double* prior1 = nullptr;
     double* prior2 = nullptr;
     const double* realGrid = nullptr;  // FFT path: the cell grid of the transforms
@@ -49,6 +49,7 @@ public:
     double* cosTable = nullptr;  // direct path: nVoxel rows of nRefl entries
     double* sinTable = nullptr;  // direct path; null for a centrosymmetric structure
     bool useFFT = false;
+    bool sumIsShared = false;  // rho12 lies in the analysis's densitySum
 
     ThreadData(int nReflFG, int nVoxel, int offset);
     ~ThreadData() override;
@@ -57,11 +58,13 @@ public:
 
     // Fills the block; called once by the block's own thread so that its pages
     // are first touched there. voxel and multiplicity point at this block's part
-    // of the global lists; owner maps every cell point to its global voxel number.
+    // of the global lists. On the FFT path rho12 is this block's run of
+    // densitySum, which holds every voxel in global order, so that the gather
+    // into the cell grid reads one array.
     // nRefl counts every reflection of refl, the last nReflE of them report-only.
     void Create(int dim, const int* size, double F000Plus, double F000Minus,
                 const int* voxel, const int* multiplicity, double* realGrid,
-                double** gridPointer, const int* owner, ObjVector<StructureFactor>& refl,
+                double* densitySum, ObjVector<StructureFactor>& refl,
                 int nRefl, const int* ops, int nOps, int nCenter, int centroFactor, bool useFFT,
                 int nReflE);
     // Cosine (and sine) of every voxel against every reflection: multiplicity
