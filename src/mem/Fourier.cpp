@@ -1,6 +1,9 @@
 // Forward and backward maps between the asymmetric-unit density and the reflections,
 // by transform of the whole cell or by direct sums over the phase tables.
 #include <omp.h>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include <algorithm>
 #include <cmath>
@@ -15,23 +18,50 @@ namespace {
 // Factor of the imaginary part: B is zero by symmetry in a centrosymmetric structure.
 double ImaginaryFactor(int centroFactor) { return centroFactor == 2 ? 0.0 : 1.0; }
 
-// The whole symmetry expansion: each orbit's one value lands on all its
-// points. A flat loop through the owner table, split into even runs of the
-// cell over the team.
-void GatherCell(double* __restrict grid, const double* __restrict density,
-                const int* __restrict owner, int n, int nThreads) {
-#pragma omp parallel for num_threads(nThreads) schedule(static)
-    for (int j = 0; j < n; ++j)
-        grid[j] = density[owner[j]];
+// Run [begin, end) of thread t of T over n items.
+void Share(long n, int t, int T, long& begin, long& end) {
+    begin = n * t / T;
+    end = n * (t + 1) / T;
 }
 
-// Zeroes a complex grid, each thread its own run of it.
+// The whole symmetry expansion: each orbit's one value lands on all its
+// points. A flat loop through the owner table, split into even runs of the
+// cell over the team. The grid is far larger than any cache and is next read
+// by the transform, so it is written past the cache, in pairs from an even
+// point on (the grid is aligned to 16 bytes at least), which saves reading
+// each line before it is overwritten.
+void GatherCell(double* __restrict grid, const double* __restrict density,
+                const int* __restrict owner, int n, int nThreads) {
+#pragma omp parallel num_threads(nThreads)
+    {
+        long begin, end;
+        Share(n, omp_get_thread_num(), omp_get_num_threads(), begin, end);
+        long j = begin;
+#ifdef __SSE2__
+        if (j % 2 != 0 && j < end) {
+            grid[j] = density[owner[j]];
+            ++j;
+        }
+        for (; j + 1 < end; j += 2)
+            _mm_stream_pd(grid + j, _mm_set_pd(density[owner[j + 1]], density[owner[j]]));
+        _mm_sfence();
+#endif
+        for (; j < end; ++j)
+            grid[j] = density[owner[j]];
+    }
+}
+
+// Zeroes a complex grid, each thread its own run of it; the C library's
+// fill writes runs this long past the cache.
 void ClearGrid(fftw_complex* grid, long n, int nThreads) {
     if (!grid)
         return;
-#pragma omp parallel for num_threads(nThreads) schedule(static)
-    for (long i = 0; i < n; ++i)
-        grid[i][0] = grid[i][1] = 0.0;
+#pragma omp parallel num_threads(nThreads)
+    {
+        long begin, end;
+        Share(n, omp_get_thread_num(), omp_get_num_threads(), begin, end);
+        std::memset(static_cast<void*>(grid + begin), 0, sizeof(fftw_complex) * (end - begin));
+    }
 }
 
 }  // namespace
