@@ -22,6 +22,11 @@ double Equivalents(ObjVector<StructureFactor>& refl, int at) {
     return static_cast<double>(refl[at]->hkl.nItems());
 }
 
+// t^k; the first two powers, which order 2 uses, without a call.
+double Power(double t, int k) {
+    return k == 0 ? 1.0 : k == 1 ? t : std::pow(t, k);
+}
+
 }  // namespace
 
 Constraint::~Constraint() {
@@ -69,8 +74,8 @@ double Constraint::CalcDerivative(int /*mode*/, ObjVector<StructureFactor>& refl
     for (int i = 0; i < nRef1; ++i) {
         const double a = dA[i], b = dB[i];
         const double t = a * a + b * b;
-        CF += std::pow(t, k) * wN[i] / D * W;
-        const double e = -(std::pow(t, k - 1) * n * std::sqrt(wF[i]) / D * W * wN[i]);
+        CF += Power(t, k) * wN[i] / D * W;
+        const double e = -(Power(t, k - 1) * n * std::sqrt(wF[i]) / D * W * wN[i]);
         derivA[i] = e * a;
         derivB[i] = e * b;
     }
@@ -84,15 +89,15 @@ double Constraint::CalcDerivative(int /*mode*/, ObjVector<StructureFactor>& refl
             const double r = dA[p];
             const double M = Equivalents(refl, p + nRef0);
             if (linearG) {
-                u += std::pow(r * r, k) / D * W * wN[p];
-                derivA[p] = std::pow(r * r, k - 1) * n * std::sqrt(wF[p]) / D * W * wN[p] * M /
+                u += Power(r * r, k) / D * W * wN[p];
+                derivA[p] = Power(r * r, k - 1) * n * std::sqrt(wF[p]) / D * W * wN[p] * M /
                             (-groupMult[g]) * r;
                 // The mean real part does not depend on B: derivB keeps what it
                 // holds, zero from Create, or the order-2 term of an unobserved
                 // reflection at the same position.
             } else {
-                u += W * wN[p] * (std::pow(r * r, k) / D);
-                const double e = wN[p] * M * (std::pow(r, n - 1) * std::sqrt(wF[p]) * n / D) /
+                u += W * wN[p] * (Power(r * r, k) / D);
+                const double e = wN[p] * M * (Power(r, n - 1) * std::sqrt(wF[p]) * n / D) /
                                  (groupMult[g] * Gc[g]) * W;
                 // A group whose calculated magnitude is 0 has no derivative by its members.
                 if (std::isfinite(e)) {

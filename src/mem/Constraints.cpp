@@ -89,20 +89,23 @@ void MEMData::Calc_Constraint(int cycle) {
     // While ZSPA is still far from the fit, the higher orders, which grow
     // fastest with the residuals, are damped by powers of C. An order without
     // weight stays without, even at C = 0.
+    // A higher order without weight adds nothing to the sum or the derivatives
+    // and is skipped, which saves its powers of every residual in every cycle.
+    // Order 2 always runs: it also binds the unobserved reflections.
     wConstr = 0.0;
+    std::memset(mergedDerivRe, 0, sizeof(double) * end);
+    std::memset(mergedDerivIm, 0, sizeof(double) * end);
     for (int c = 0; c < constraints.size(); ++c) {
         double weight = param.lambdaFraction[c];
+        if (c > 0 && weight == 0.0)
+            continue;
         if (param.algorithm == kAlgorithmZSPA && weight != 0.0)
             weight /= std::pow(constr, c);
         wConstr += constraints[c]->CalcDerivative(cycle, reflections, residualRe, residualIm,
                                                   weightF, Gcalc, groupSize, groupMult,
                                                   refWeight, weight, param.estimateUnobserved);
-    }
-
-    std::memset(mergedDerivRe, 0, sizeof(double) * end);
-    std::memset(mergedDerivIm, 0, sizeof(double) * end);
-    for (int c = 0; c < constraints.size(); ++c)
         constraints[c]->MergeDerivative(mergedDerivRe, mergedDerivIm);
+    }
 }
 
 double CalcC2(void* data, double lambda) {

@@ -115,7 +115,6 @@ bool Converged(const MEMData& d) {
 // Results of the present density written as at the end, so that a long run leaves them behind.
 void Checkpoint(MEMData& d) {
     d.finalLambda = 1.0 / d.multipliers[0];
-    if (d.derivGrid) std::memset(d.derivGrid, 0, sizeof(fftw_complex) * d.nComplex);
     d.CalcFcalc(1);
     d.PostCalculation();
 }

@@ -23,13 +23,14 @@ MEMData::~MEMData() {
                          &residualRe, &residualIm, &mergedDerivRe, &mergedDerivIm, &refWeight})
     FreeAligned(*array);
   fftw_free(realGrid);
+  if (derivGrid != fourierGrid)
+    fftw_free(derivGrid);
   fftw_free(fourierGrid);
-  fftw_free(derivGrid);
   for (fftw_complex* work : gridPowerA)
     fftw_free(work);
   for (fftw_complex* work : gridPowerB)
     fftw_free(work);
-  delete[] gridPointer;
+  FreeAligned(densitySum);
 }
 
 void MEMData::AllocateMemory() {

@@ -155,14 +155,17 @@ public:
   VectorXDMP solution;                  // unknowns of L-BFGS, sharing the blocks
   VectorXD multipliers;                 // 1 / lambda, mu1, mu2
   double* realGrid = nullptr;           // nVoxelCell, fftw_malloc
-  double** gridPointer = nullptr;       // nVoxelCell, new[]
+  std::vector<int> cellOwner;           // FFT path: the voxel of every cell point
+  double* densitySum = nullptr;         // FFT path: NASYM, the blocks' rho12 end to end
   fftw_complex* fourierGrid = nullptr;  // nComplex, fftw_malloc
   fftw_complex* gridPowerA[4] = {};     // [1..3] used, entropy orders above 1
-  fftw_complex* derivGrid = nullptr;    // nComplex, fftw_malloc
+  fftw_complex* derivGrid = nullptr;    // nComplex; the same array as fourierGrid
   fftw_complex* gridPowerB[6] = {};     // [1..5] used, entropy orders above 1
   bool useFFT = false;
   fftw_plan planForward = nullptr;      // realGrid -> fourierGrid
   fftw_plan planBackward = nullptr;     // derivGrid -> realGrid
+  std::vector<double> shiftFactors;     // FFT path: cos, sin of every equivalent's phase shift
+  std::vector<long> shiftStart;         // FFT path: first pair of each reflection in shiftFactors
 
   // Result statistics
   double RF = 0.0;

@@ -5,10 +5,12 @@
 #include <climits>
 #include <cmath>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "app/IO.h"
 #include "base/Assert.h"
+#include "mem/AlignedArray.h"
 #include "mem/GridSymmetry.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
@@ -52,24 +54,42 @@ bool TransformIsCheaper(int nAsym, int nCounted, int centroFactor, int nVoxelCel
 void SetUpTransforms(MEMData3D& mem) {
     fftw_init_threads();
     fftw_plan_with_nthreads(mem.nThreads);
-    mem.gridPointer = new double*[mem.nVoxelCell]();
     mem.realGrid = static_cast<double*>(fftw_malloc(sizeof(double) * mem.nVoxelCell));
     mem.fourierGrid = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * mem.nComplex));
-    mem.derivGrid = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * mem.nComplex));
-    if (!mem.realGrid || !mem.fourierGrid || !mem.derivGrid)
+    // The coefficients are read before the derivatives are scattered, so one
+    // complex grid serves both transforms.
+    mem.derivGrid = mem.fourierGrid;
+    if (!mem.realGrid || !mem.fourierGrid)
         throw std::bad_alloc();
     const int nx = mem.gridSize[0], ny = mem.gridSize[1], nz = mem.gridSize[2];
     mem.planForward = fftw_plan_dft_r2c_3d(nz, ny, nx, mem.realGrid, mem.fourierGrid, FFTW_MEASURE);
     mem.planBackward = fftw_plan_dft_c2r_3d(nz, ny, nx, mem.derivGrid, mem.realGrid, FFTW_MEASURE);
     std::fill(mem.realGrid, mem.realGrid + mem.nVoxelCell, 0.0);
     std::fill(&mem.fourierGrid[0][0], &mem.fourierGrid[0][0] + 2 * mem.nComplex, 0.0);
-    std::fill(&mem.derivGrid[0][0], &mem.derivGrid[0][0] + 2 * mem.nComplex, 0.0);
+}
+
+// The phase factor exp(-2 pi i phi) of every equivalent of every reflection,
+// which the derivatives take into the grid in every cycle.
+void TabulateShifts(MEMData3D& mem) {
+    mem.shiftStart.assign(1, 0);
+    mem.shiftFactors.clear();
+    for (int i = 0; i < mem.reflections.size(); ++i) {
+        const StructureFactor& f = *mem.reflections[i];
+        for (std::size_t j = 0; j < f.hkl.nItems(); ++j) {
+            const double theta = f.phase.item(j)[0] * -6.283185307179586;
+            mem.shiftFactors.push_back(std::cos(theta));
+            mem.shiftFactors.push_back(std::sin(theta));
+        }
+        mem.shiftStart.push_back(static_cast<long>(mem.shiftFactors.size() / 2));
+    }
 }
 
 // Contiguous runs of the scan order, differing in length by at most one. The
 // objects are made here in thread order; each thread then fills its own block,
 // so that the block's pages lie in that thread's memory.
 void BuildBlocks(MEMData3D& mem, const AsymmetricUnit& asu, const std::vector<int>& ops, int nRefl) {
+    if (mem.useFFT)
+        mem.densitySum = AllocateAligned<double>(mem.NASYM);
     for (int t = 0; t < mem.nThreads; ++t) {
         const int begin = static_cast<int>(static_cast<long long>(t) * mem.NASYM / mem.nThreads);
         const int end = static_cast<int>(static_cast<long long>(t + 1) * mem.NASYM / mem.nThreads);
@@ -80,7 +100,7 @@ void BuildBlocks(MEMData3D& mem, const AsymmetricUnit& asu, const std::vector<in
         ThreadData* block = mem.threads[t];
         block->Create(3, mem.gridSize, mem.targetMoment[0], mem.targetMoment[1],
                       asu.voxel.data() + 3 * block->offset, asu.multiplicity.data() + block->offset,
-                      mem.realGrid, mem.gridPointer, asu.owner.data(), mem.reflections, nRefl,
+                      mem.realGrid, mem.densitySum, mem.reflections, nRefl,
                       ops.data(), mem.nSymOp, mem.nCenter, mem.centroFactor, mem.useFFT,
                       mem.nRefE);
     }
@@ -161,7 +181,7 @@ void MEMData3D::MakeThreadData() {
     nCenter = LatticePoints(unitCell.spgName, unitCell.spgSetting);
 
     {
-        const AsymmetricUnit asu = FindAsymmetricUnit(gridSize, ops);
+        AsymmetricUnit asu = FindAsymmetricUnit(gridSize, ops);
         NASYM = asu.size();
         const int nRefl = nRefUnobs + nRefF + nRefG + nRefE;
         HV_ASSERT(nRefl <= reflections.size());
@@ -171,9 +191,14 @@ void MEMData3D::MakeThreadData() {
             useFFT = TransformIsCheaper(NASYM, nRefF + nRefG + nRefE, centroFactor, nVoxelCell);
             IO::Printf(useFFT ? "\nUse FFT routine.\n" : "\nUse DFT routine.\n");
         }
-        if (useFFT)
+        if (useFFT) {
             SetUpTransforms(*this);
+            TabulateShifts(*this);
+        }
         BuildBlocks(*this, asu, ops, nRefl);
+        // The gather of every cycle reads densitySum through the owners.
+        if (useFFT)
+            cellOwner = std::move(asu.owner);
     }
     if (param.startType)
         ReadRho2();

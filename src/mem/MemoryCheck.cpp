@@ -6,12 +6,12 @@
 
 namespace {
 
-// Whole-cell arrays of the transform path: the real grid, two half-complex
-// grids and the voxel pointers, 32 bytes per voxel of the cell.
-constexpr double kCellBytes = 32.0;
-// Per voxel of the asymmetric unit: coordinates, multiplicity, the densities
-// of both channels with their accepted copies, priors and derivatives.
-constexpr double kAsymmetricBytes = 128.0;
+// Whole-cell arrays of the transform path: the real grid, the half-complex
+// grid of both transforms and the owner of every cell point.
+constexpr double kCellBytes = 20.0;
+// Per voxel of the asymmetric unit: the densities and derivatives, the summed
+// density, the priors, coordinates, multiplicity and grid index.
+constexpr double kAsymmetricBytes = 84.0;
 
 double PhysicalMemory() {
     const long pages = sysconf(_SC_PHYS_PAGES);

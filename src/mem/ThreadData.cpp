@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <complex>
+#include <iterator>
 #include <vector>
 
 #include "mem/AlignedArray.h"
@@ -10,11 +11,13 @@
 
 namespace {
 
-// Every vector of a block, for the steps that treat them alike.
+// Every vector of a block, for the steps that treat them alike; the first
+// six are what every algorithm needs, the rest only the Newton-like steps.
 VectorXD ThreadData::* const kVectors[] = {
     &ThreadData::rho1Old, &ThreadData::rho1,  &ThreadData::rho2Old, &ThreadData::rho2,
     &ThreadData::rho12,   &ThreadData::dCdR,  &ThreadData::dQdRho1, &ThreadData::curv1,
     &ThreadData::step1,   &ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2};
+constexpr int kCommonVectors = 6;
 
 // exp(2 pi i j / n) for j = 0 .. n - 1: every phase factor of one axis of the grid.
 std::vector<std::complex<double>> AxisPhases(int n) {
@@ -43,11 +46,16 @@ ThreadData::ThreadData(int nReflFG, int nVoxel, int offset)
 }
 
 ThreadData::~ThreadData() {
+    // A run of the analysis's densitySum is not the vector's own to free.
+    if (sumIsShared) {
+        rho12.p_ = nullptr;
+        rho12.dim_ = 0;
+    }
     FreeAligned(voxel);
     FreeAligned(multiplicity);
     FreeAligned(prior1);
     FreeAligned(prior2);
-    FreeAligned(rhoPointer);
+    FreeAligned(gridIndex);
     FreeAligned(partialA);
     FreeAligned(partialB);
     FreeAligned(cosTable);
@@ -56,7 +64,7 @@ ThreadData::~ThreadData() {
 
 void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
                         const int* voxelList, const int* multiplicityList, double* realGrid,
-                        double** gridPointer, const int* owner, ObjVector<StructureFactor>& refl,
+                        double* densitySum, ObjVector<StructureFactor>& refl,
                         int nReflAll, const int* ops, int nOps, int nCenter, int centroFactor,
                         bool fft, int nReflReportOnly) {
     std::fill(size, size + 6, 0);
@@ -73,9 +81,16 @@ void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
     prior2 = AllocateAligned<double>(nVoxel);
     std::copy(voxelList, voxelList + 3 * nVoxel, voxel);
     std::copy(multiplicityList, multiplicityList + nVoxel, multiplicity);
-    for (VectorXD ThreadData::* member : kVectors) {
-        (this->*member).Resize(nVoxel);
-        std::fill((this->*member).p_, (this->*member).p_ + nVoxel, 0.0);
+    for (int k = 0; k < kCommonVectors; ++k) {
+        VectorXD& x = this->*kVectors[k];
+        if (&x == &rho12 && densitySum) {
+            x.p_ = densitySum + offset;
+            x.dim_ = nVoxel;
+            sumIsShared = true;
+        } else {
+            x.Resize(nVoxel);
+        }
+        std::fill(x.p_, x.p_ + nVoxel, 0.0);
     }
 
     const double a = F000Plus / nVoxelCell;
@@ -92,16 +107,21 @@ void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
         return;
     }
     const int nx = size[0], ny = size[1];
-    rhoPointer = AllocateAligned<double*>(nVoxel);
+    this->realGrid = realGrid;
+    gridIndex = AllocateAligned<int>(nVoxel);
     for (int v = 0; v < nVoxel; ++v) {
         const int* p = voxel + 3 * v;
-        rhoPointer[v] = &realGrid[p[0] + nx * (p[1] + ny * p[2])];
+        gridIndex[v] = p[0] + nx * (p[1] + ny * p[2]);
     }
-    // Each cell point has one owner, so the blocks fill disjoint slots.
-    for (int j = 0; j < nVoxelCell; ++j) {
-        const int o = owner[j] - offset;
-        if (o >= 0 && o < nVoxel)
-            gridPointer[j] = &rho12[o];
+}
+
+void ThreadData::ReserveNewtonVectors() {
+    for (int k = kCommonVectors; k < static_cast<int>(std::size(kVectors)); ++k) {
+        VectorXD& x = this->*kVectors[k];
+        if (x.dim_ == nVoxel)
+            continue;
+        x.Resize(nVoxel);
+        std::fill(x.p_, x.p_ + nVoxel, 0.0);
     }
 }
 

@@ -28,10 +28,11 @@ public:
     VectorXD rho1;
     VectorXD rho2Old;
     VectorXD rho2;
-    VectorXD rho12;  // rho1 + rho2: what the Fourier transforms read
+    VectorXD rho12;  // rho1 + rho2: what the Fourier transforms read; FFT path: a run of densitySum
     double* prior1 = nullptr;
     double* prior2 = nullptr;
-    double** rhoPointer = nullptr;  // FFT path: each voxel's own point of the real grid
+    const double* realGrid = nullptr;  // FFT path: the cell grid of the transforms
+    int* gridIndex = nullptr;          // FFT path: each voxel's own point of realGrid
     double* partialA = nullptr;     // direct path: this block's share of every A
     double* partialB = nullptr;     // direct path, acentric only: share of every B
     VectorXD dCdR;
@@ -43,9 +44,12 @@ public:
     VectorXD step2;
     double F000Plus = 0.0;
     double F000Minus = 0.0;
+    double totalPlus = 0.0;   // multiplicity-weighted totals of rho1 and rho2, by SumTotals
+    double totalMinus = 0.0;
     double* cosTable = nullptr;  // direct path: nVoxel rows of nRefl entries
     double* sinTable = nullptr;  // direct path; null for a centrosymmetric structure
     bool useFFT = false;
+    bool sumIsShared = false;  // rho12 lies in the analysis's densitySum
 
     ThreadData(int nReflFG, int nVoxel, int offset);
     ~ThreadData() override;
@@ -54,11 +58,13 @@ public:
 
     // Fills the block; called once by the block's own thread so that its pages
     // are first touched there. voxel and multiplicity point at this block's part
-    // of the global lists; owner maps every cell point to its global voxel number.
+    // of the global lists. On the FFT path rho12 is this block's run of
+    // densitySum, which holds every voxel in global order, so that the gather
+    // into the cell grid reads one array.
     // nRefl counts every reflection of refl, the last nReflE of them report-only.
     void Create(int dim, const int* size, double F000Plus, double F000Minus,
                 const int* voxel, const int* multiplicity, double* realGrid,
-                double** gridPointer, const int* owner, ObjVector<StructureFactor>& refl,
+                double* densitySum, ObjVector<StructureFactor>& refl,
                 int nRefl, const int* ops, int nOps, int nCenter, int centroFactor, bool useFFT,
                 int nReflE);
     // Cosine (and sine) of every voxel against every reflection: multiplicity
@@ -86,10 +92,15 @@ public:
     // rho12 = the logarithmic density, ln(rho / prior), for the report's coefficients.
     void CalcLnRho();
     void Add_Rho12();
+    // Sets totalPlus and totalMinus from the present densities.
+    void SumTotals();
     // Old and new densities exchange storage; the vectors stay the same objects.
     void SwapRho();
     void CopyRho();
     // Cambridge: gradient and curvature of Q, the Newton-like step, and its correction.
+    // Their vectors (dQdRho, curv, step) are allocated by the first of them to
+    // run, so that the other algorithms do without that memory.
+    void ReserveNewtonVectors();
     void Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2);
     void Calc_Next_Rho3(double t, double& a, double& b, double& c, double& d);
     void Normalize3(double& a, double& b);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "mem/ThreadData.h"
+#include "mem/VectorMath.h"
 
 // Every loop works on restrict-qualified local pointers so that the compiler
 // can vectorise it; none allocates. The positive side is touched only when
@@ -21,6 +22,7 @@ double Sign(double a) { return a / std::fabs(a); }
 inline double ExpStep(int n, double c, const double* __restrict D, const double* __restrict o,
                       const int* __restrict m, double* __restrict r) {
     double z = 0.0;
+#pragma omp simd reduction(+ : z)
     for (int v = 0; v < n; ++v) {
         r[v] = std::exp(c * D[v]) * o[v];
         z += m[v] * r[v];
@@ -94,15 +96,14 @@ template <bool Negative>
 void BfgsSide(int n, const double* __restrict x, const double* __restrict p, const int* __restrict m,
               double* __restrict r, double* __restrict grad, double& S, double& Q) {
     double q = 0.0, s = 0.0;
-#pragma omp simd reduction(+ : q)
+#pragma omp simd reduction(+ : q, s)
     for (int v = 0; v < n; ++v) {
-        r[v] = Negative ? -(x[v] * x[v]) : x[v] * x[v];
-        q += r[v];
-    }
-    for (int v = 0; v < n; ++v) {
-        r[v] /= m[v];
+        const double mr = Negative ? -(x[v] * x[v]) : x[v] * x[v];
+        q += mr;
+        r[v] = mr / m[v];
         const double l = std::log(r[v] / p[v]);
-        const double e = (r[v] * l + p[v] * std::log(p[v] / p[v])) * m[v];
+        // p (p / p - 1) is p ln(p / p): zero, or not a number for a prior of zero.
+        const double e = (r[v] * l + p[v] * (p[v] / p[v] - 1.0)) * m[v];
         if (Negative)
             s -= e;
         else
@@ -191,8 +192,9 @@ void ThreadData::Calc_Partial_Fcalc(int withE) {
 
 void ThreadData::Calc_dCdR_FFT() {
     double* __restrict D = dCdR.p_;
+    const int* __restrict at = gridIndex;
     for (int v = 0; v < nVoxel; ++v)
-        D[v] = *rhoPointer[v];
+        D[v] = realGrid[at[v]];
 }
 
 // A table entry is the multiplicity times an orbit mean, so the division by
@@ -246,6 +248,19 @@ void ThreadData::Add_Rho12() {
         out[v] = r1[v] + r2[v];
 }
 
+void ThreadData::SumTotals() {
+    const double* __restrict r1 = rho1.p_;
+    const double* __restrict r2 = rho2.p_;
+    const int* __restrict m = multiplicity;
+    double p = 0.0, q = 0.0;
+    for (int v = 0; v < nVoxel; ++v) {
+        p += m[v] * r1[v];
+        q += m[v] * r2[v];
+    }
+    totalPlus = p;
+    totalMinus = q;
+}
+
 // Exchanges storage, not values: the vectors stay the same objects, so lists
 // that share them see the exchange.
 static void SwapStorage(VectorXD& a, VectorXD& b) {
@@ -268,6 +283,7 @@ void ThreadData::CopyRho() {
 }
 
 void ThreadData::Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2) {
+    ReserveNewtonVectors();
     if (HasPlus())
         d1 += GradientAndCurvature<false>(nVoxel, Sign(F000Plus) * L, L * a, mu1, dCdR.p_,
                                           rho1Old.p_, prior1, multiplicity, dQdRho1.p_, curv1.p_);
@@ -277,6 +293,7 @@ void ThreadData::Calc_dQdL(double L, double a, double mu1, double mu2, double& d
 }
 
 void ThreadData::Calc_Next_Rho3(double t, double& a, double& b, double& c, double& d) {
+    ReserveNewtonVectors();
     a = b = c = d = 0.0;
     if (HasPlus())
         NewtonStep(nVoxel, t, rho1Old.p_, dQdRho1.p_, curv1.p_, multiplicity, step1.p_, rho1.p_, a, c);
@@ -285,6 +302,7 @@ void ThreadData::Calc_Next_Rho3(double t, double& a, double& b, double& c, doubl
 }
 
 void ThreadData::Normalize3(double& a, double& b) {
+    ReserveNewtonVectors();
     if (HasPlus())
         rho1.Add(step1, a);
     if (HasMinus())
@@ -349,5 +367,5 @@ void ThreadData::Calc_dQdL2(double L, double mu1, double mu2, double& d1, double
 
 void ThreadData::setRhoAsym(double* out, double scale) {
     for (int v = 0; v < nVoxel; ++v)
-        out[v] = scale * *rhoPointer[v];
+        out[v] = scale * realGrid[gridIndex[v]];
 }
