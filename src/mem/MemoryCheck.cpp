@@ -1,6 +1,8 @@
 // Refusal of a grid that cannot fit into the memory of this computer, before anything is allocated for it.
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "app/IO.h"
 #include "mem/MEMData3D.h"
 
@@ -22,7 +24,8 @@ double PhysicalMemory() {
 }  // namespace
 
 bool MEMData3D::GridFitsMemory() const {
-    const double voxels = static_cast<double>(gridSize[0]) * gridSize[1] * gridSize[2];
+    // A grid of no voxels needs nothing; readers replace it before an analysis.
+    const double voxels = std::max(static_cast<double>(gridSize[0]) * gridSize[1] * gridSize[2], 0.0);
     // The asymmetric unit holds at least one voxel in nSymOp of the cell.
     const double operators = unitCell.symOp.size() > 0 ? unitCell.symOp.size() : 1;
     const double need = voxels * kCellBytes + voxels / operators * kAsymmetricBytes;

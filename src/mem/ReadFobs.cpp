@@ -36,7 +36,12 @@ bool MEMData3D::ReadFobs() {
     StructureFactor::ExpandReflectionList(reflections, absent, unitCell.symOp,
                                           unitCell.orthoInverse, 3, 1 - unitCell.centric);
   }
-  if (param.estimateUnobserved)
+  if (param.estimateUnobserved) {
+    // The generated list spans the grid's whole index box: a grid that no
+    // memory holds is refused before the box is laid out.
+    if (!GridFitsMemory())
+      return false;
     CreateHKL0();
+  }
   return read;
 }

