@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "mem/GridFile.h"
+#include "mem/outputs/GridFile.h"
 #include "zspa_fixture.h"
 
 namespace {

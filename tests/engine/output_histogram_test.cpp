@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "mem/AtomicFile.h"
-#include "mem/EpsHistogram.h"
+#include "mem/outputs/AtomicFile.h"
+#include "mem/outputs/EpsHistogram.h"
 #include "zspa_fixture.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Reader of the positional MEM data set format (.mem and .mep files).
 #include "mem/MEMData3D.h"
-#include "mem/PositionalReader.h"
+#include "mem/readers/PositionalReader.h"
 
 bool MEMData3D::ReadMEM(const std::string& path) {
   nGroups = 0;

@@ -6,7 +6,7 @@
 
 #include "base/Assert.h"
 #include "mem/Constraint.h"
-#include "mem/EpsHistogram.h"
+#include "mem/outputs/EpsHistogram.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
 

@@ -19,7 +19,7 @@
 #include "base/VectorD.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
-#include "mem/PositionalReader.h"
+#include "mem/readers/PositionalReader.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "app/IO.h"
-#include "mem/AtomicFile.h"
+#include "mem/outputs/AtomicFile.h"
 #include "mem/MEMData3D.h"
 
 // The generated unobserved reflections at the head of the list never appear;

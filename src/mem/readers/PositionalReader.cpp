@@ -1,5 +1,5 @@
 // The shared scanner of the positional data set formats (.mem, .mep and .fos files).
-#include "mem/PositionalReader.h"
+#include "mem/readers/PositionalReader.h"
 
 #include <algorithm>
 #include <cctype>

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "app/LittleEndian.h"
-#include "mem/GridFile.h"
+#include "mem/outputs/GridFile.h"
 
 namespace {
 

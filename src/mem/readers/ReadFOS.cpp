@@ -1,6 +1,6 @@
 // Reader of the .fos data set format: the .mem layout with counts from which the reader forms the weights.
 #include "mem/MEMData3D.h"
-#include "mem/PositionalReader.h"
+#include "mem/readers/PositionalReader.h"
 
 bool MEMData3D::ReadFOS(const std::string& path) {
   nGroups = 0;

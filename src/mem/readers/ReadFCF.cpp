@@ -22,7 +22,7 @@
 #include "base/VectorD.h"
 #include "core/OperatorList.h"
 #include "mem/MEMData3D.h"
-#include "mem/PositionalReader.h"
+#include "mem/readers/PositionalReader.h"
 
 namespace {
 

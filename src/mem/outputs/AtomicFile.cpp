@@ -1,4 +1,4 @@
-#include "mem/AtomicFile.h"
+#include "mem/outputs/AtomicFile.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // The density grid file: writing the result, and reading it back as restart density or prior.
-#include "mem/GridFile.h"
+#include "mem/outputs/GridFile.h"
 
 #include <cmath>
 #include <cstring>
@@ -7,7 +7,7 @@
 #include "app/IO.h"
 #include "app/LittleEndian.h"
 #include "base/Assert.h"
-#include "mem/AtomicFile.h"
+#include "mem/outputs/AtomicFile.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
 

@@ -5,8 +5,8 @@
 
 #include "app/ElapsedTimes.h"
 #include "app/IO.h"
-#include "mem/AtomicFile.h"
-#include "mem/EpsHistogram.h"
+#include "mem/outputs/AtomicFile.h"
+#include "mem/outputs/EpsHistogram.h"
 #include "mem/MEMData3D.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "mem/MEMData3D.h"
-#include "mem/PositionalReader.h"
+#include "mem/readers/PositionalReader.h"
 
 // A data line holds ten numbers: h k l, an unused value, F, four unused
 // values and X, from which the weight 4 E X / F follows. Lines that begin

@@ -1,10 +1,10 @@
-#include "mem/EpsHistogram.h"
+#include "mem/outputs/EpsHistogram.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "app/IO.h"
-#include "mem/AtomicFile.h"
+#include "mem/outputs/AtomicFile.h"
 
 namespace {
 
