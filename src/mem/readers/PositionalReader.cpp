@@ -66,6 +66,16 @@ bool SettleGrid(MEMData3D& mem) {
   return true;
 }
 
+void StoreIndividualValues(MEMData3D& mem, const std::vector<double>& re,
+                           const std::vector<double>& im, const std::vector<double>& weight) {
+  mem.nRefF = (int)re.size();
+  mem.AllocateMemory();
+  std::copy(re.begin(), re.end(), mem.FobsRe);
+  std::copy(im.begin(), im.end(), mem.FobsIm);
+  std::copy(weight.begin(), weight.end(), mem.weightF);
+  std::fill(mem.refWeight, mem.refWeight + mem.nRefF, 1.0);
+}
+
 FILE* OpenDataFile(const std::string& path) {
   FILE* f = IO::OpenInput(path);
   if (!f) {

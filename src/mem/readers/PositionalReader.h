@@ -24,6 +24,11 @@ int ReflectionIndex(double x);
 bool SettleGrid(MEMData3D& mem);
 // Cell volume over the voxels of the present grid, in cubic angstrom.
 double GridVoxelVolume(const MEMData3D& mem);
+// For formats of individual reflections only: sets nRefF from the values
+// read, allocates the arrays of the analysis and fills them, every relative
+// weight 1.
+void StoreIndividualValues(MEMData3D& mem, const std::vector<double>& re,
+                           const std::vector<double>& im, const std::vector<double>& weight);
 
 // Both formats are a fixed sequence of logical lines without keywords: title,
 // cell, a free line, symmetry and grid, F(000) and lambda, then three counted

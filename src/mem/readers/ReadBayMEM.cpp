@@ -196,12 +196,7 @@ void BayMemFileReader::settleSymmetry() {
 bool BayMemFileReader::storeValues() {
   if (!SettleGrid(mem_))
     return false;
-  mem_.nRefF = (int)FobsRe_.size();
-  mem_.AllocateMemory();
-  std::copy(FobsRe_.begin(), FobsRe_.end(), mem_.FobsRe);
-  std::copy(FobsIm_.begin(), FobsIm_.end(), mem_.FobsIm);
-  std::copy(weightF_.begin(), weightF_.end(), mem_.weightF);
-  std::fill(mem_.refWeight, mem_.refWeight + mem_.nRefF, 1.0);
+  StoreIndividualValues(mem_, FobsRe_, FobsIm_, weightF_);
   return true;
 }
 

@@ -350,15 +350,9 @@ bool FcfScanner::storeValues() {
   mem_.gridSize[0] = mem_.gridSize[1] = mem_.gridSize[2] = 0;
   if (!SettleGrid(mem_))
     return false;
-  mem_.nRefF = (int)FobsRe_.size();
   mem_.nRefE = weak_.size();
   mem_.reflections.append(weak_);
-
-  mem_.AllocateMemory();
-  std::copy(FobsRe_.begin(), FobsRe_.end(), mem_.FobsRe);
-  std::copy(FobsIm_.begin(), FobsIm_.end(), mem_.FobsIm);
-  std::copy(weightF_.begin(), weightF_.end(), mem_.weightF);
-  std::fill(mem_.refWeight, mem_.refWeight + mem_.nRefF, 1.0);
+  StoreIndividualValues(mem_, FobsRe_, FobsIm_, weightF_);
   return true;
 }
 
