@@ -8,7 +8,6 @@
 // translation, or as a symbol ("spacegroup") when no operators are given.
 #include <algorithm>
 #include <cctype>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
