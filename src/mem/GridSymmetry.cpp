@@ -1,6 +1,7 @@
 // Integer operators on the voxel grid and the scan for the asymmetric unit.
 #include "mem/GridSymmetry.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -29,6 +30,10 @@ AsymmetricUnit FindAsymmetricUnit(const int* gridSize, const std::vector<int>& o
     std::vector<std::uint16_t> flag(cell, 0);
     AsymmetricUnit asu;
     asu.owner.assign(cell, 0);
+    // At least one representative per nOps points; the lists are trimmed at the
+    // end, since the analysis keeps copies of them beside its largest arrays.
+    asu.point.reserve(cell / std::max(nOps, 1) + 1);
+    asu.multiplicity.reserve(cell / std::max(nOps, 1) + 1);
 
     for (int z = 0; z < nz; ++z)
         for (int y = 0; y < ny; ++y)
@@ -49,9 +54,11 @@ AsymmetricUnit FindAsymmetricUnit(const int* gridSize, const std::vector<int>& o
                         asu.owner[image] = number;
                     }
                 }
-                asu.voxel.insert(asu.voxel.end(), {x, y, z});
+                asu.point.push_back(static_cast<int>(here));
                 asu.multiplicity.push_back(flag[here]);
             }
+    asu.point.shrink_to_fit();
+    asu.multiplicity.shrink_to_fit();
     return asu;
 }
 

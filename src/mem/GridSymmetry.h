@@ -15,7 +15,7 @@ std::vector<int> MakeGridOperators(const ObjVector<MatrixD>& ops, const int* gri
 // One representative point of every orbit of the grid, in the scan order
 // z outermost, then y, then x.
 struct AsymmetricUnit {
-    std::vector<int> voxel;         // x, y, z of each representative
+    std::vector<int> point;         // cell point x + nx (y + ny z) of each representative
     std::vector<int> multiplicity;  // number of grid points of its orbit
     std::vector<int> owner;         // for every cell point, the number of its representative
 

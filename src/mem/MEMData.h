@@ -156,6 +156,8 @@ public:
   VectorXD multipliers;                 // 1 / lambda, mu1, mu2
   double* realGrid = nullptr;           // nVoxelCell, fftw_malloc
   std::vector<int> cellOwner;           // FFT path: the voxel of every cell point
+  std::vector<int> voxelPoint;          // NASYM: each voxel's cell point; blocks hold runs of it
+  std::vector<int> voxelMultiplicity;   // NASYM: each voxel's orbit size; blocks hold runs of it
   double* densitySum = nullptr;         // FFT path: NASYM, the blocks' rho12 end to end
   fftw_complex* fourierGrid = nullptr;  // nComplex, fftw_malloc
   fftw_complex* gridPowerA[4] = {};     // [1..3] used, entropy orders above 1

@@ -86,8 +86,9 @@ void TabulateShifts(MEMData3D& mem) {
 
 // Contiguous runs of the scan order, differing in length by at most one. The
 // objects are made here in thread order; each thread then fills its own block,
-// so that the block's pages lie in that thread's memory.
-void BuildBlocks(MEMData3D& mem, const AsymmetricUnit& asu, const std::vector<int>& ops, int nRefl) {
+// so that the block's pages lie in that thread's memory. The voxel lists stay
+// where the scan left them: a copy would only raise the peak of the set-up.
+void BuildBlocks(MEMData3D& mem, const std::vector<int>& ops, int nRefl) {
     if (mem.useFFT)
         mem.densitySum = AllocateAligned<double>(mem.NASYM);
     for (int t = 0; t < mem.nThreads; ++t) {
@@ -99,7 +100,7 @@ void BuildBlocks(MEMData3D& mem, const AsymmetricUnit& asu, const std::vector<in
     for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {
         ThreadData* block = mem.threads[t];
         block->Create(3, mem.gridSize, mem.targetMoment[0], mem.targetMoment[1],
-                      asu.voxel.data() + 3 * block->offset, asu.multiplicity.data() + block->offset,
+                      mem.voxelPoint.data() + block->offset, mem.voxelMultiplicity.data() + block->offset,
                       mem.realGrid, mem.densitySum, mem.reflections, nRefl,
                       ops.data(), mem.nSymOp, mem.nCenter, mem.centroFactor, mem.useFFT,
                       mem.nRefE);
@@ -183,6 +184,8 @@ void MEMData3D::MakeThreadData() {
     {
         AsymmetricUnit asu = FindAsymmetricUnit(gridSize, ops);
         NASYM = asu.size();
+        voxelPoint = std::move(asu.point);
+        voxelMultiplicity = std::move(asu.multiplicity);
         const int nRefl = nRefUnobs + nRefF + nRefG + nRefE;
         HV_ASSERT(nRefl <= reflections.size());
         if (param.entropyOrder > 1) {
@@ -195,7 +198,7 @@ void MEMData3D::MakeThreadData() {
             SetUpTransforms(*this);
             TabulateShifts(*this);
         }
-        BuildBlocks(*this, asu, ops, nRefl);
+        BuildBlocks(*this, ops, nRefl);
         // The gather of every cycle reads densitySum through the owners.
         if (useFFT)
             cellOwner = std::move(asu.owner);

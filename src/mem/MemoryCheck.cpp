@@ -11,9 +11,11 @@ namespace {
 // Whole-cell arrays of the transform path: the real grid, the half-complex
 // grid of both transforms and the owner of every cell point.
 constexpr double kCellBytes = 20.0;
-// Per voxel of the asymmetric unit: the densities and derivatives, the summed
-// density, the priors, coordinates, multiplicity and grid index.
-constexpr double kAsymmetricBytes = 84.0;
+// Per voxel of the asymmetric unit: the old and new density, the summed
+// density and the derivative, the cell point and the multiplicity. A negative
+// side, a prior file and the minimisers add to this, but the refusal is
+// meant for grids that cannot fit at all.
+constexpr double kAsymmetricBytes = 40.0;
 
 double PhysicalMemory() {
     const long pages = sysconf(_SC_PHYS_PAGES);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <complex>
-#include <iterator>
 #include <vector>
 
 #include "mem/AlignedArray.h"
@@ -11,13 +10,21 @@
 
 namespace {
 
-// Every vector of a block, for the steps that treat them alike; the first
-// six are what every algorithm needs, the rest only the Newton-like steps.
+// Every vector of a block; each holds one reference of the block itself.
 VectorXD ThreadData::* const kVectors[] = {
     &ThreadData::rho1Old, &ThreadData::rho1,  &ThreadData::rho2Old, &ThreadData::rho2,
     &ThreadData::rho12,   &ThreadData::dCdR,  &ThreadData::dQdRho1, &ThreadData::curv1,
     &ThreadData::step1,   &ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2};
-constexpr int kCommonVectors = 6;
+
+// The vectors of the Newton-like steps, of the positive and the negative side.
+VectorXD ThreadData::* const kNewtonVectors[2][3] = {
+    {&ThreadData::dQdRho1, &ThreadData::curv1, &ThreadData::step1},
+    {&ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2}};
+
+void Allocate(VectorXD& x, int n, double value) {
+    x.Resize(n);
+    std::fill(x.p_, x.p_ + n, value);
+}
 
 // exp(2 pi i j / n) for j = 0 .. n - 1: every phase factor of one axis of the grid.
 std::vector<std::complex<double>> AxisPhases(int n) {
@@ -51,11 +58,8 @@ ThreadData::~ThreadData() {
         rho12.p_ = nullptr;
         rho12.dim_ = 0;
     }
-    FreeAligned(voxel);
-    FreeAligned(multiplicity);
     FreeAligned(prior1);
     FreeAligned(prior2);
-    FreeAligned(gridIndex);
     FreeAligned(partialA);
     FreeAligned(partialB);
     FreeAligned(cosTable);
@@ -63,7 +67,7 @@ ThreadData::~ThreadData() {
 }
 
 void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
-                        const int* voxelList, const int* multiplicityList, double* realGrid,
+                        const int* pointList, const int* multiplicityList, double* realGrid,
                         double* densitySum, ObjVector<StructureFactor>& refl,
                         int nReflAll, const int* ops, int nOps, int nCenter, int centroFactor,
                         bool fft, int nReflReportOnly) {
@@ -74,54 +78,57 @@ void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
     nRefl = nReflAll;
     nReflE = nReflReportOnly;
     nVoxelCell = size[0] * size[1] * size[2];
+    flatPrior1 = F000Plus / nVoxelCell;
+    flatPrior2 = F000Minus / nVoxelCell;
 
-    voxel = AllocateAligned<int>(3 * static_cast<std::size_t>(nVoxel));
-    multiplicity = AllocateAligned<int>(nVoxel);
-    prior1 = AllocateAligned<double>(nVoxel);
-    prior2 = AllocateAligned<double>(nVoxel);
-    std::copy(voxelList, voxelList + 3 * nVoxel, voxel);
-    std::copy(multiplicityList, multiplicityList + nVoxel, multiplicity);
-    for (int k = 0; k < kCommonVectors; ++k) {
-        VectorXD& x = this->*kVectors[k];
-        if (&x == &rho12 && densitySum) {
-            x.p_ = densitySum + offset;
-            x.dim_ = nVoxel;
-            sumIsShared = true;
-        } else {
-            x.Resize(nVoxel);
-        }
-        std::fill(x.p_, x.p_ + nVoxel, 0.0);
+    gridIndex = pointList;
+    multiplicity = multiplicityList;
+    Allocate(rho1Old, nVoxel, flatPrior1);
+    Allocate(rho1, nVoxel, flatPrior1);
+    Allocate(dCdR, nVoxel, 0.0);
+    if (densitySum) {
+        rho12.p_ = densitySum + offset;
+        rho12.dim_ = nVoxel;
+        sumIsShared = true;
+        std::fill(rho12.p_, rho12.p_ + nVoxel, flatPrior1 + flatPrior2);
+    } else {
+        Allocate(rho12, nVoxel, flatPrior1 + flatPrior2);
     }
-
-    const double a = F000Plus / nVoxelCell;
-    const double b = F000Minus / nVoxelCell;
-    for (int v = 0; v < nVoxel; ++v) {
-        rho1Old[v] = rho1[v] = prior1[v] = a;
-        rho2Old[v] = rho2[v] = prior2[v] = b;
-        rho12[v] = a + b;
-    }
+    if (HasMinus())
+        ReserveMinusSide();
 
     useFFT = fft;
-    if (!useFFT) {
+    if (useFFT)
+        this->realGrid = realGrid;
+    else
         MakePhaseTable(refl, ops, nOps, nCenter, centroFactor);
+}
+
+void ThreadData::ReserveMinusSide() {
+    if (StoresMinus())
         return;
-    }
-    const int nx = size[0], ny = size[1];
-    this->realGrid = realGrid;
-    gridIndex = AllocateAligned<int>(nVoxel);
-    for (int v = 0; v < nVoxel; ++v) {
-        const int* p = voxel + 3 * v;
-        gridIndex[v] = p[0] + nx * (p[1] + ny * p[2]);
-    }
+    Allocate(rho2Old, nVoxel, flatPrior2);
+    Allocate(rho2, nVoxel, flatPrior2);
+}
+
+void ThreadData::ReservePriors() {
+    if (prior1)
+        return;
+    prior1 = AllocateAligned<double>(nVoxel);
+    prior2 = AllocateAligned<double>(nVoxel);
+    std::fill(prior1, prior1 + nVoxel, flatPrior1);
+    std::fill(prior2, prior2 + nVoxel, flatPrior2);
 }
 
 void ThreadData::ReserveNewtonVectors() {
-    for (int k = kCommonVectors; k < static_cast<int>(std::size(kVectors)); ++k) {
-        VectorXD& x = this->*kVectors[k];
-        if (x.dim_ == nVoxel)
+    for (int side = 0; side < 2; ++side) {
+        if (side == 0 ? !HasPlus() : !HasMinus())
             continue;
-        x.Resize(nVoxel);
-        std::fill(x.p_, x.p_ + nVoxel, 0.0);
+        for (VectorXD ThreadData::* member : kNewtonVectors[side]) {
+            VectorXD& x = this->*member;
+            if (x.dim_ != nVoxel)
+                Allocate(x, nVoxel, 0.0);
+        }
     }
 }
 
@@ -176,7 +183,7 @@ void ThreadData::MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops
     const int stride = centric && InversionPairs(ops, nPrimitive, size) ? 2 : 1;
     const double fold = static_cast<double>(stride) / nPrimitive;
     for (int v = 0; v < nVoxel; ++v) {
-        const int* p = voxel + 3 * v;
+        const int p[3] = {gridIndex[v] % nx, gridIndex[v] / nx % ny, gridIndex[v] / nx / ny};
         const double scale = multiplicity[v] * fold;
         double* cosRow = cosTable + static_cast<std::size_t>(v) * nRefl;
         double* sinRow = centric ? nullptr : sinTable + static_cast<std::size_t>(v) * nRefl;

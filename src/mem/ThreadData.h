@@ -10,7 +10,10 @@
 // Density values are per grid point: the orbit of voxel v holds multiplicity[v]
 // times rho[v], and every total below carries the multiplicity.
 // A side of the density is touched only when its target total is non-zero
-// (exact test); the negative side is stored with its sign.
+// (exact test); the negative side is stored with its sign. Memory follows
+// the same rule: the negative side's vectors exist only when its total is
+// non-zero or a density file supplies them, and prior arrays only when a
+// prior file is read; a flat prior is one value per side.
 class ThreadData : public Object {
 public:
     int nVoxelCell = 0;    // points of the whole cell
@@ -20,8 +23,9 @@ public:
     int nRefl = 0;         // columns of the phase tables: every reflection of the list
     int nReflFG = 0;       // leading columns that the constraint derivatives act on
     int nReflE = 0;        // trailing columns of reflections calculated for the report only
-    int* voxel = nullptr;         // x, y, z of each representative
-    int* multiplicity = nullptr;  // orbit size of each voxel on the grid
+    // Runs of the analysis's voxel lists, not the block's own:
+    const int* gridIndex = nullptr;     // each voxel's cell point x + nx (y + ny z)
+    const int* multiplicity = nullptr;  // orbit size of each voxel on the grid
     // The twelve vectors hold one reference of the block itself, so that a list
     // sharing them (the minimiser's solution vector) never destroys them.
     VectorXD rho1Old;
@@ -29,10 +33,11 @@ public:
     VectorXD rho2Old;
     VectorXD rho2;
     VectorXD rho12;  // rho1 + rho2: what the Fourier transforms read; FFT path: a run of densitySum
-    double* prior1 = nullptr;
+    double* prior1 = nullptr;  // null: the flat prior flatPrior1 at every voxel
     double* prior2 = nullptr;
+    double flatPrior1 = 0.0;   // F000 / nVoxelCell of each side
+    double flatPrior2 = 0.0;
     const double* realGrid = nullptr;  // FFT path: the cell grid of the transforms
-    int* gridIndex = nullptr;          // FFT path: each voxel's own point of realGrid
     double* partialA = nullptr;     // direct path: this block's share of every A
     double* partialB = nullptr;     // direct path, acentric only: share of every B
     VectorXD dCdR;
@@ -57,13 +62,13 @@ public:
     ThreadData& operator=(const ThreadData&) = delete;
 
     // Fills the block; called once by the block's own thread so that its pages
-    // are first touched there. voxel and multiplicity point at this block's part
-    // of the global lists. On the FFT path rho12 is this block's run of
+    // are first touched there. point (cell points) and multiplicity point at
+    // this block's part of the global lists, which must outlive the block. On the FFT path rho12 is this block's run of
     // densitySum, which holds every voxel in global order, so that the gather
     // into the cell grid reads one array.
     // nRefl counts every reflection of refl, the last nReflE of them report-only.
     void Create(int dim, const int* size, double F000Plus, double F000Minus,
-                const int* voxel, const int* multiplicity, double* realGrid,
+                const int* point, const int* multiplicity, double* realGrid,
                 double* densitySum, ObjVector<StructureFactor>& refl,
                 int nRefl, const int* ops, int nOps, int nCenter, int centroFactor, bool useFFT,
                 int nReflE);
@@ -97,9 +102,14 @@ public:
     // Old and new densities exchange storage; the vectors stay the same objects.
     void SwapRho();
     void CopyRho();
+    // Negative-side densities (flat start) and prior arrays (flat values) for
+    // the files that supply them; each does nothing the second time.
+    void ReserveMinusSide();
+    void ReservePriors();
+    bool StoresMinus() const { return rho2.p_ != nullptr; }
     // Cambridge: gradient and curvature of Q, the Newton-like step, and its correction.
-    // Their vectors (dQdRho, curv, step) are allocated by the first of them to
-    // run, so that the other algorithms do without that memory.
+    // Their vectors (dQdRho, curv, step) of the sides in use are allocated by
+    // the first of them to run, so that the other algorithms do without that memory.
     void ReserveNewtonVectors();
     void Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2);
     void Calc_Next_Rho3(double t, double& a, double& b, double& c, double& d);

@@ -1,4 +1,5 @@
 // Per-block density arithmetic of the optimisers, as plain loops over the block's arrays.
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -13,6 +14,23 @@
 namespace {
 
 double Sign(double a) { return a / std::fabs(a); }
+
+// The prior of one side as the loops read it: a file's values, or the one
+// value of a flat prior, which needs no array of its own.
+struct FilePrior {
+    const double* __restrict p;
+    double operator[](int v) const { return p[v]; }
+};
+struct FlatPrior {
+    double p;
+    double operator[](int) const { return p; }
+};
+
+// Calls loop(prior) with the accessor that suits the side's prior.
+template <class Loop>
+inline auto WithPrior(const double* prior, double flat, Loop loop) {
+    return prior ? loop(FilePrior{prior}) : loop(FlatPrior{flat});
+}
 
 // The loops of one side of the density, shared by the positive side (rho1,
 // prior1, ...) and the negative side (rho2, prior2, ...). Each returns its sum
@@ -31,7 +49,8 @@ inline double ExpStep(int n, double c, const double* __restrict D, const double*
 }
 
 // Sum of -ln(r / p) * m.
-inline double SumLogRatio(int n, const double* __restrict r, const double* __restrict p,
+template <class Prior>
+inline double SumLogRatio(int n, const double* __restrict r, Prior p,
                           const int* __restrict m) {
     double s = 0.0;
     for (int v = 0; v < n; ++v)
@@ -40,8 +59,9 @@ inline double SumLogRatio(int n, const double* __restrict r, const double* __res
 }
 
 // Sum of exp(c D) * (p / F000) * m: the normalisation of the exponential density.
+template <class Prior>
 inline double SumExpPrior(int n, double c, double F000, const double* __restrict D,
-                          const double* __restrict p, const int* __restrict m) {
+                          Prior p, const int* __restrict m) {
     double s = 0.0;
     for (int v = 0; v < n; ++v)
         s += std::exp(c * D[v]) * (p[v] / F000) * m[v];
@@ -49,7 +69,8 @@ inline double SumExpPrior(int n, double c, double F000, const double* __restrict
 }
 
 // Sum of -ln(r / p) * r * m, the entropy before its sign.
-inline double SumEntropy(int n, const double* __restrict r, const double* __restrict p,
+template <class Prior>
+inline double SumEntropy(int n, const double* __restrict r, Prior p,
                          const int* __restrict m) {
     double s = 0.0;
     for (int v = 0; v < n; ++v)
@@ -59,9 +80,9 @@ inline double SumEntropy(int n, const double* __restrict r, const double* __rest
 
 // Gradient q of Q and the curvature 1 / o +- L a (minus for the negative side);
 // returns the multiplicity-weighted sum of q^2.
-template <bool Negative>
+template <bool Negative, class Prior>
 double GradientAndCurvature(int n, double sL, double La, double mu, const double* __restrict D,
-                            const double* __restrict o, const double* __restrict p,
+                            const double* __restrict o, Prior p,
                             const int* __restrict m, double* __restrict q, double* __restrict curv) {
     double s = 0.0;
     for (int v = 0; v < n; ++v) {
@@ -92,8 +113,8 @@ inline void NewtonStep(int n, double t, const double* __restrict o, const double
 
 // The density of one side from the minimiser's x (negated on the negative
 // side), its entropy sum (subtracted on the negative side), total and gradient.
-template <bool Negative>
-void BfgsSide(int n, const double* __restrict x, const double* __restrict p, const int* __restrict m,
+template <bool Negative, class Prior>
+void BfgsSide(int n, const double* __restrict x, Prior p, const int* __restrict m,
               double* __restrict r, double* __restrict grad, double& S, double& Q) {
     double q = 0.0, s = 0.0;
 #pragma omp simd reduction(+ : q, s)
@@ -115,8 +136,9 @@ void BfgsSide(int n, const double* __restrict x, const double* __restrict p, con
 }
 
 // Multiplicity-weighted sum of the squared gradient of Q at the density r.
+template <class Prior>
 inline double SumSquaredGradient(int n, double sL, double mu, const double* __restrict D,
-                                 const double* __restrict r, const double* __restrict p,
+                                 const double* __restrict r, Prior p,
                                  const int* __restrict m) {
     double s = 0.0;
     for (int v = 0; v < n; ++v) {
@@ -148,23 +170,29 @@ void ThreadData::ZSPA_Normalize(double a, double b) {
 
 void ThreadData::Calc_mu1(double& a, double& b) {
     if (HasPlus())
-        a += SumLogRatio(nVoxel, rho1.p_, prior1, multiplicity);
+        a += WithPrior(prior1, flatPrior1, [&](auto p) { return SumLogRatio(nVoxel, rho1.p_, p, multiplicity); });
     if (HasMinus())
-        b += SumLogRatio(nVoxel, rho2.p_, prior2, multiplicity);
+        b += WithPrior(prior2, flatPrior2, [&](auto p) { return SumLogRatio(nVoxel, rho2.p_, p, multiplicity); });
 }
 
 void ThreadData::Calc_mu2(double L, double& a, double& b) {
     if (HasPlus())
-        a += SumExpPrior(nVoxel, -Sign(F000Plus) * L, F000Plus, dCdR.p_, prior1, multiplicity);
+        a += WithPrior(prior1, flatPrior1, [&](auto p) {
+            return SumExpPrior(nVoxel, -Sign(F000Plus) * L, F000Plus, dCdR.p_, p, multiplicity);
+        });
     if (HasMinus())
-        b += SumExpPrior(nVoxel, -Sign(F000Minus) * L, F000Minus, dCdR.p_, prior2, multiplicity);
+        b += WithPrior(prior2, flatPrior2, [&](auto p) {
+            return SumExpPrior(nVoxel, -Sign(F000Minus) * L, F000Minus, dCdR.p_, p, multiplicity);
+        });
 }
 
 void ThreadData::Calc_Partial_Entropy(double& Sp, double& Sm) {
     if (HasPlus())
-        Sp = Sign(F000Plus) * SumEntropy(nVoxel, rho1.p_, prior1, multiplicity);
+        Sp = Sign(F000Plus) *
+             WithPrior(prior1, flatPrior1, [&](auto p) { return SumEntropy(nVoxel, rho1.p_, p, multiplicity); });
     if (HasMinus())
-        Sm = Sign(F000Minus) * SumEntropy(nVoxel, rho2.p_, prior2, multiplicity);
+        Sm = Sign(F000Minus) *
+             WithPrior(prior2, flatPrior2, [&](auto p) { return SumEntropy(nVoxel, rho2.p_, p, multiplicity); });
 }
 
 // partial[i] = sum over the block of rho12[v] * table[v][i], one row at a time
@@ -227,38 +255,46 @@ void ThreadData::CalcLnRho() {
         out[v] = 0.0;
     if (HasPlus()) {
         const double* __restrict r = rho1.p_;
-        const double* __restrict p = prior1;
-        for (int v = 0; v < nVoxel; ++v)
-            out[v] -= std::log(r[v] / p[v]);
+        WithPrior(prior1, flatPrior1, [&](auto p) {
+            for (int v = 0; v < nVoxel; ++v)
+                out[v] -= std::log(r[v] / p[v]);
+            return 0;
+        });
     }
     if (HasMinus()) {
         const double* __restrict r = rho2.p_;
-        const double* __restrict p = prior2;
-        for (int v = 0; v < nVoxel; ++v)
-            out[v] = std::log(r[v] / p[v]);
+        WithPrior(prior2, flatPrior2, [&](auto p) {
+            for (int v = 0; v < nVoxel; ++v)
+                out[v] = std::log(r[v] / p[v]);
+            return 0;
+        });
     }
 }
 
+// Without a stored negative side rho12 is rho1 itself (x + 0 = x).
 void ThreadData::Add_Rho12() {
     const double* __restrict r1 = rho1.p_;
-    const double* __restrict r2 = rho2.p_;
     double* __restrict out = rho12.p_;
+    if (!StoresMinus()) {
+        std::copy(r1, r1 + nVoxel, out);
+        return;
+    }
+    const double* __restrict r2 = rho2.p_;
 #pragma omp simd
     for (int v = 0; v < nVoxel; ++v)
         out[v] = r1[v] + r2[v];
 }
 
+static double WeightedSum(int n, const double* __restrict r, const int* __restrict m) {
+    double s = 0.0;
+    for (int v = 0; v < n; ++v)
+        s += m[v] * r[v];
+    return s;
+}
+
 void ThreadData::SumTotals() {
-    const double* __restrict r1 = rho1.p_;
-    const double* __restrict r2 = rho2.p_;
-    const int* __restrict m = multiplicity;
-    double p = 0.0, q = 0.0;
-    for (int v = 0; v < nVoxel; ++v) {
-        p += m[v] * r1[v];
-        q += m[v] * r2[v];
-    }
-    totalPlus = p;
-    totalMinus = q;
+    totalPlus = WeightedSum(nVoxel, rho1.p_, multiplicity);
+    totalMinus = StoresMinus() ? WeightedSum(nVoxel, rho2.p_, multiplicity) : 0.0;
 }
 
 // Exchanges storage, not values: the vectors stay the same objects, so lists
@@ -285,11 +321,15 @@ void ThreadData::CopyRho() {
 void ThreadData::Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2) {
     ReserveNewtonVectors();
     if (HasPlus())
-        d1 += GradientAndCurvature<false>(nVoxel, Sign(F000Plus) * L, L * a, mu1, dCdR.p_,
-                                          rho1Old.p_, prior1, multiplicity, dQdRho1.p_, curv1.p_);
+        d1 += WithPrior(prior1, flatPrior1, [&](auto p) {
+            return GradientAndCurvature<false>(nVoxel, Sign(F000Plus) * L, L * a, mu1, dCdR.p_,
+                                               rho1Old.p_, p, multiplicity, dQdRho1.p_, curv1.p_);
+        });
     if (HasMinus())
-        d2 += GradientAndCurvature<true>(nVoxel, Sign(F000Minus) * L, L * a, mu2, dCdR.p_,
-                                         rho2Old.p_, prior2, multiplicity, dQdRho2.p_, curv2.p_);
+        d2 += WithPrior(prior2, flatPrior2, [&](auto p) {
+            return GradientAndCurvature<true>(nVoxel, Sign(F000Minus) * L, L * a, mu2, dCdR.p_,
+                                              rho2Old.p_, p, multiplicity, dQdRho2.p_, curv2.p_);
+        });
 }
 
 void ThreadData::Calc_Next_Rho3(double t, double& a, double& b, double& c, double& d) {
@@ -315,12 +355,18 @@ void ThreadData::Normalize3(double& a, double& b) {
 // stay in the sums so that a prior of zero shows as not-a-number.
 void ThreadData::BFGS_calc_pRho(VectorXD& g, double& S, double& Q) {
     if (HasPlus())
-        BfgsSide<false>(nVoxel, rho1Old.p_, prior1, multiplicity, rho1.p_, g.p_, S, Q);
+        WithPrior(prior1, flatPrior1, [&](auto p) {
+            BfgsSide<false>(nVoxel, rho1Old.p_, p, multiplicity, rho1.p_, g.p_, S, Q);
+            return 0;
+        });
 }
 
 void ThreadData::BFGS_calc_mRho(VectorXD& g, double& S, double& Q) {
     if (HasMinus())
-        BfgsSide<true>(nVoxel, rho2Old.p_, prior2, multiplicity, rho2.p_, g.p_, S, Q);
+        WithPrior(prior2, flatPrior2, [&](auto p) {
+            BfgsSide<true>(nVoxel, rho2Old.p_, p, multiplicity, rho2.p_, g.p_, S, Q);
+            return 0;
+        });
 }
 
 // The result is one eighth of the exact derivative by x; the minimiser's step
@@ -360,9 +406,13 @@ double ThreadData::Dot(const VectorD& a, const VectorD& b) const {
 
 void ThreadData::Calc_dQdL2(double L, double mu1, double mu2, double& d1, double& d2) {
     if (HasPlus())
-        d1 += SumSquaredGradient(nVoxel, L * Sign(F000Plus), mu1, dCdR.p_, rho1.p_, prior1, multiplicity);
+        d1 += WithPrior(prior1, flatPrior1, [&](auto p) {
+            return SumSquaredGradient(nVoxel, L * Sign(F000Plus), mu1, dCdR.p_, rho1.p_, p, multiplicity);
+        });
     if (HasMinus())
-        d2 += SumSquaredGradient(nVoxel, L * Sign(F000Minus), mu2, dCdR.p_, rho2.p_, prior2, multiplicity);
+        d2 += WithPrior(prior2, flatPrior2, [&](auto p) {
+            return SumSquaredGradient(nVoxel, L * Sign(F000Minus), mu2, dCdR.p_, rho2.p_, p, multiplicity);
+        });
 }
 
 void ThreadData::setRhoAsym(double* out, double scale) {

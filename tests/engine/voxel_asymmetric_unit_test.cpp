@@ -69,8 +69,7 @@ TEST(AsymmetricUnit, RepresentativesAreTheOrbits) {
         ASSERT_EQ(asu.size(), static_cast<int>(truth.size.size()));
         std::vector<int> representativeOf(truth.size.size(), -1);
         for (int v = 0; v < asu.size(); ++v) {
-            const int* x = &asu.voxel[3 * v];
-            const int orbit = truth.orbitOf[x[0] + c.grid[0] * (x[1] + c.grid[1] * x[2])];
+            const int orbit = truth.orbitOf[asu.point[v]];
             EXPECT_EQ(representativeOf[orbit], -1) << "two representatives of one orbit";
             representativeOf[orbit] = v;
             EXPECT_EQ(asu.multiplicity[v], truth.size[orbit]) << "voxel " << v;

@@ -167,8 +167,9 @@ void RandomiseDensity(MEMData3D& mem, unsigned seed) {
     for (ThreadData* b : mem.threads)
         for (int v = 0; v < b->nVoxel; ++v) {
             b->rho1[v] = b->rho1Old[v] = unit(random) * mem.targetMoment[0] / mem.nVoxelCell;
-            b->rho12[v] = b->rho1[v] + b->rho2[v];
         }
+    for (ThreadData* b : mem.threads)
+        b->Add_Rho12();
     mem.CalcFcalc(0);
 }
 

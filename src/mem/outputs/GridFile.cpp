@@ -68,9 +68,12 @@ void WriteOperators(FILE* f, const MEMData3D& d) {
 void WriteVoxels(FILE* f, const MEMData3D& d, bool indexed) {
     const bool plus = d.targetMoment[0] != 0.0;
     const bool minus = d.targetMoment[1] != 0.0;
+    const int nx = d.gridSize[0], ny = d.gridSize[1];
     for (ThreadData* block : d.threads) {
         for (int v = 0; v < block->nVoxel; ++v) {
-            if (indexed) Put<int32_t>(f, PgridVoxelIndex(d.gridSize, block->voxel + 3 * v));
+            const int point = block->gridIndex[v];
+            const int xyz[3] = {point % nx, point / nx % ny, point / nx / ny};
+            if (indexed) Put<int32_t>(f, PgridVoxelIndex(d.gridSize, xyz));
             if (plus) Put<float>(f, static_cast<float>(block->rho1[v] / d.voxelVolume));
             if (minus) Put<float>(f, static_cast<float>(block->rho2[v] / d.voxelVolume));
         }
@@ -170,6 +173,8 @@ int MEMData3D::ReadRho2() {
                             "The calculation will be started from flat densities.\n", param.startType);
     if (!f) return 1;
     float scratch = 0.0f;
+    if (h.nChannel == 2)
+        for (ThreadData* block : threads) block->ReserveMinusSide();
     ForEachFileVoxel(f, h, threads, [&](ThreadData& block, int v) {
         float r = ReadDensity(f, scratch, voxelVolume);
         block.rho1Old[v] = block.rho1[v] = r;
@@ -191,6 +196,7 @@ int MEMData3D::ReadPrior2() {
                             param.priorType);
     if (!f) return 1;
     float scratch = 0.0f;
+    for (ThreadData* block : threads) block->ReservePriors();
     ForEachFileVoxel(f, h, threads, [&](ThreadData& block, int v) {
         block.prior1[v] = ReadDensity(f, scratch, voxelVolume);
         if (h.nChannel == 2) block.prior2[v] = ReadDensity(f, scratch, voxelVolume);
@@ -202,6 +208,7 @@ int MEMData3D::ReadPrior2() {
     // this partly seeded density, and their results are kept comparable.
     if (param.startType == 0) {
         for (ThreadData* block : threads) {
+            block->ReserveMinusSide();
             const size_t bytes = static_cast<size_t>(block->nVoxel);
             std::memcpy(block->rho1Old.p_, block->prior1, bytes);
             std::memcpy(block->rho1.p_, block->prior1, bytes);
