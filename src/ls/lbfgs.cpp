@@ -155,12 +155,34 @@ void ConstrainToOrthant(VectorXDMP& d, const VectorXDMP& pg, int start, int end)
     });
 }
 
+// Gives v the shape of x unless it has it already.
+void Fit(VectorXDMP& v, const VectorXDMP& x) {
+    if (v.parts.size() != x.parts.size() || v.Length() != x.Length()) v.Resize(x);
+}
+
+// Shapes the workspace for x and m pairs, allocating only what it lacks.
+void Fit(lbfgs_workspace& ws, const VectorXDMP& x, int m, bool owlqn) {
+    for (VectorXDMP* v : {&ws.g, &ws.d, &ws.xp, &ws.gp, &ws.w}) Fit(*v, x);
+    if (owlqn) Fit(ws.pg, x);
+    if (ws.m != m) {
+        ws.lm.reset(new tag_iteration_data[m]);
+        ws.m = m;
+    }
+    for (int i = 0; i < m; ++i) {
+        ws.lm[i].alpha = 0.0;
+        ws.lm[i].ys = 0.0;
+        Fit(ws.lm[i].s, x);
+        Fit(ws.lm[i].y, x);
+    }
+}
+
 }  // namespace
 
 void lbfgs_parameter_init(lbfgs_parameter_t* param) { *param = kDefaultParam; }
 
 int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
-          lbfgs_progress_t proc_progress, void* instance, lbfgs_parameter_t* _param) {
+          lbfgs_progress_t proc_progress, void* instance, lbfgs_parameter_t* _param,
+          lbfgs_workspace* work) {
     lbfgs_parameter_t param = _param ? *_param : kDefaultParam;
     const int bad = CheckParameters(n, param);
     if (bad) return bad;
@@ -169,15 +191,11 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
     const line_search_proc linesearch = SelectLineSearch(param);
     tag_callback_data cd = {n, instance, proc_evaluate, proc_progress};
 
-    VectorXDMP xp(x), g(x), gp(x), d(x), w(x), pg;
-    if (owlqn) pg.Resize(x);
-    std::unique_ptr<tag_iteration_data[]> lm(new tag_iteration_data[m]);
-    for (int i = 0; i < m; ++i) {
-        lm[i].alpha = 0.0;
-        lm[i].ys = 0.0;
-        lm[i].s.Resize(x);
-        lm[i].y.Resize(x);
-    }
+    lbfgs_workspace own;
+    lbfgs_workspace& ws = work ? *work : own;
+    Fit(ws, x, m, owlqn);
+    VectorXDMP &xp = ws.xp, &g = ws.g, &gp = ws.gp, &d = ws.d, &w = ws.w, &pg = ws.pg;
+    tag_iteration_data* lm = ws.lm.get();
     std::vector<double> pf(param.past, 0.0);
     const VectorXDMP& steepest = owlqn ? pg : g;   // the gradient the tests and directions use
 
@@ -257,7 +275,7 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
 
         const int bound = std::min(m, k);
         end = (end + 1) % m;
-        TwoLoop(d, steepest, lm.get(), m, bound, end, ys, yy);
+        TwoLoop(d, steepest, lm, m, bound, end, ys, yy);
         if (owlqn) ConstrainToOrthant(d, pg, param.orthantwise_start, param.orthantwise_end);
 
         step = 1.0;

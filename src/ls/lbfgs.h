@@ -1,6 +1,8 @@
 // The limited-memory BFGS minimiser (with OWL-QN for an L1 term) on per-thread vectors.
 #pragma once
 
+#include <memory>
+
 #include "ls/VectorXDMP.h"
 
 // Status codes of lbfgs. Positive results of a line search count its evaluations.
@@ -74,6 +76,16 @@ struct tag_iteration_data {
     double ys;      // y . s
 };
 
+// The minimiser's own vectors. A caller that runs the minimiser again and
+// again keeps one, so that they are allocated once, not per run; it may also
+// make g and d of parts of its own, shaped as x, which are then used as they are.
+struct lbfgs_workspace {
+    VectorXDMP g, d;             // gradient, search direction
+    VectorXDMP xp, gp, w, pg;    // previous point and gradient, search scratch, pseudo-gradient
+    std::unique_ptr<tag_iteration_data[]> lm;
+    int m = 0;                   // pairs in lm
+};
+
 // What a line search hands on to the objective.
 struct tag_callback_data {
     int n;
@@ -88,8 +100,10 @@ void lbfgs_parameter_init(lbfgs_parameter_t* param);
 // checked and handed on to the callbacks; it needn't be the length of x.
 // A null param stands for the defaults, a null proc_progress is allowed.
 // On a failed line search x and g are those of the last accepted point.
+// Without a workspace the vectors are allocated for this run alone.
 int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
-          lbfgs_progress_t proc_progress, void* instance, lbfgs_parameter_t* param);
+          lbfgs_progress_t proc_progress, void* instance, lbfgs_parameter_t* param,
+          lbfgs_workspace* work = nullptr);
 
 // The line searches: the evaluation count, or a status below zero.
 // Under OWL-QN gp is the pseudo-gradient.

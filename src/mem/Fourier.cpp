@@ -15,8 +15,6 @@
 
 namespace {
 
-// Factor of the imaginary part: B is zero by symmetry in a centrosymmetric structure.
-double ImaginaryFactor(int centroFactor) { return centroFactor == 2 ? 0.0 : 1.0; }
 
 // Run [begin, end) of thread t of T over n items.
 void Share(long n, int t, int T, long& begin, long& end) {
@@ -101,7 +99,10 @@ void MEMData3D::CalcFcalc_impl(int withE) {
             reflections[i]->B = B;
         }
     } else {
-        const double c = ImaginaryFactor(centroFactor);
+        // B is zero by symmetry in a centrosymmetric structure, and is set so:
+        // scaling the transform's rounding noise by zero would leave zeros of
+        // either sign, which the report prints as "0" or "-0" by chance.
+        const bool centric = centroFactor == 2;
 #pragma omp parallel for num_threads(nThreads) schedule(static)
         for (int i = 0; i < n; ++i) {
             StructureFactor* f = reflections[i];
@@ -110,11 +111,11 @@ void MEMData3D::CalcFcalc_impl(int withE) {
             f->A = f->B = 0.0;
             if (fourierGrid) {
                 f->A = fourierGrid[e.index][0];
-                f->B = fourierGrid[e.index][1] * c * e.sign;
+                if (!centric) f->B = fourierGrid[e.index][1] * e.sign;
             }
             if (gridPowerB[1]) {
                 f->A += gridPowerB[1][e.index][0];
-                f->B += gridPowerB[1][e.index][1] * c * e.sign;
+                if (!centric) f->B += gridPowerB[1][e.index][1] * e.sign;
             }
         }
     }
@@ -165,13 +166,13 @@ void MEMData3D::CalcFlnR() {
     }
     GatherCell(realGrid, densitySum, cellOwner.data(), nVoxelCell, nThreads);
     fftw_execute(planForward);
-    const double c = ImaginaryFactor(centroFactor);
+    const bool centric = centroFactor == 2;  // imaginary parts zero, as for B
 #pragma omp parallel for num_threads(nThreads) schedule(static)
     for (int i = 0; i < n; ++i) {
         const int* h = reflections[i]->hkl.item(0);
         const HalfComplexEntry e = ForwardEntry(h[0], h[1], h[2], gridSize);
         dSdFRe[i] = fourierGrid[e.index][0];
-        dSdFIm[i] = fourierGrid[e.index][1] * c * e.sign;
+        dSdFIm[i] = centric ? 0.0 : fourierGrid[e.index][1] * e.sign;
     }
 }
 

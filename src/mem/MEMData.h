@@ -10,6 +10,7 @@
 #include "base/Vector.h"
 #include "base/VectorD.h"
 #include "ls/VectorXDMP.h"
+#include "ls/lbfgs.h"
 #include "mem/MEMParam.h"
 
 // Held by counted reference only, so their definitions are not needed here.
@@ -153,6 +154,7 @@ public:
 
   // Vectors and Fourier arrays
   VectorXDMP solution;                  // unknowns of L-BFGS, sharing the blocks
+  lbfgs_workspace minimiser;            // L-BFGS's vectors, g and d sharing the blocks
   VectorXD multipliers;                 // 1 / lambda, mu1, mu2
   double* realGrid = nullptr;           // nVoxelCell, fftw_malloc
   std::vector<int> cellOwner;           // FFT path: the voxel of every cell point

@@ -16,7 +16,8 @@ VectorXD ThreadData::* const kVectors[] = {
     &ThreadData::rho12,   &ThreadData::dCdR,  &ThreadData::dQdRho1, &ThreadData::curv1,
     &ThreadData::step1,   &ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2};
 
-// The vectors of the Newton-like steps, of the positive and the negative side.
+// The vectors of the Newton-like steps, of the positive and the negative side:
+// gradient, curvature and step.
 VectorXD ThreadData::* const kNewtonVectors[2][3] = {
     {&ThreadData::dQdRho1, &ThreadData::curv1, &ThreadData::step1},
     {&ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2}};
@@ -120,12 +121,16 @@ void ThreadData::ReservePriors() {
     std::fill(prior2, prior2 + nVoxel, flatPrior2);
 }
 
-void ThreadData::ReserveNewtonVectors() {
+void ThreadData::ReserveNewtonVectors() { ReserveSideVectors({0, 1, 2}); }
+
+void ThreadData::ReserveMinimiserVectors() { ReserveSideVectors({0, 2}); }
+
+void ThreadData::ReserveSideVectors(std::initializer_list<int> kinds) {
     for (int side = 0; side < 2; ++side) {
         if (side == 0 ? !HasPlus() : !HasMinus())
             continue;
-        for (VectorXD ThreadData::* member : kNewtonVectors[side]) {
-            VectorXD& x = this->*member;
+        for (int k : kinds) {
+            VectorXD& x = this->*kNewtonVectors[side][k];
             if (x.dim_ != nVoxel)
                 Allocate(x, nVoxel, 0.0);
         }

@@ -1,6 +1,8 @@
 // ThreadData: one thread's share of the asymmetric-unit voxels and all per-voxel arithmetic on it.
 #pragma once
 
+#include <initializer_list>
+
 #include "base/StructureFactor.h"
 #include "base/Vector.h"
 #include "base/VectorD.h"
@@ -111,6 +113,8 @@ public:
     // Their vectors (dQdRho, curv, step) of the sides in use are allocated by
     // the first of them to run, so that the other algorithms do without that memory.
     void ReserveNewtonVectors();
+    // L-BFGS's gradient and direction live in dQdRho and step of the sides in use.
+    void ReserveMinimiserVectors();
     void Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2);
     void Calc_Next_Rho3(double t, double& a, double& b, double& c, double& d);
     void Normalize3(double& a, double& b);
@@ -130,4 +134,9 @@ public:
 
     bool HasPlus() const { return F000Plus != 0.0; }
     bool HasMinus() const { return F000Minus != 0.0; }
+
+private:
+    // Allocates the Newton-like vectors of the given kinds (0 gradient,
+    // 1 curvature, 2 step) of the sides in use, unless they exist.
+    void ReserveSideVectors(std::initializer_list<int> kinds);
 };

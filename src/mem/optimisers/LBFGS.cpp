@@ -32,14 +32,25 @@ bool HasMinus(const MEMData& d) { return d.targetMoment[1] != 0.0; }
 int MinusPart(const MEMData& d, int t) { return (HasPlus(d) ? d.threads.size() : 0) + t; }
 
 // Makes the blocks' old densities the minimiser's unknowns, x^2 = m |rho|,
-// without copying: the parts of `solution` are those very vectors.
+// without copying: the parts of `solution` are those very vectors. The
+// gradient and the direction are the blocks' dQdRho and step vectors.
 void ShareUnknowns(MEMData& d) {
-    d.solution.parts.clear();
-    d.solution.offsets.clear();
+    VectorXDMP* shared[] = {&d.solution, &d.minimiser.g, &d.minimiser.d};
+    for (VectorXDMP* v : shared) {
+        v->parts.clear();
+        v->offsets.clear();
+    }
+    // Each block's own thread touches its new vectors first.
+#pragma omp parallel num_threads(d.nThreads)
+    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
+        d.threads[t]->ReserveMinimiserVectors();
     for (int side = 0; side < 2; ++side) {
         if (side == 0 ? !HasPlus(d) : !HasMinus(d)) continue;
-        for (ThreadData* block : d.threads)
+        for (ThreadData* block : d.threads) {
             d.solution.AddPart(side == 0 ? &block->rho1Old : &block->rho2Old);
+            d.minimiser.g.AddPart(side == 0 ? &block->dQdRho1 : &block->dQdRho2);
+            d.minimiser.d.AddPart(side == 0 ? &block->step1 : &block->step2);
+        }
     }
 #pragma omp parallel num_threads(d.nThreads)
     for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
@@ -225,7 +236,7 @@ void MEMData::L_BFGS() {
     int idleRuns = 0;
     for (;;) {
         const int before = cycle;
-        const int status = lbfgs(NASYM, solution, &objective, _evaluate, _progress, this, &p);
+        const int status = lbfgs(NASYM, solution, &objective, _evaluate, _progress, this, &p, &minimiser);
         idleRuns = cycle == before ? idleRuns + 1 : 0;
         if (Converged(*this)) break;
         if (param.printEveryCycle)
