@@ -188,7 +188,8 @@ public:
         const int n = static_cast<int>(in_.size());
         double* out = out_.data();
         const double* in = in_.data();
-#pragma omp parallel for num_threads(nThreads_) schedule(static)
+        // Vectorised as the engine's own exp passes are.
+#pragma omp parallel for simd num_threads(nThreads_) schedule(static)
         for (int i = 0; i < n; ++i) out[i] = std::exp(in[i]);
         return omp_get_wtime() - start;
     }

@@ -121,10 +121,14 @@ void MEMData3D::CalcFcalc_impl(int withE) {
     }
 
     // The present totals of both channels, and their powers as for the targets.
-    // Each block sums its own voxels; the block sums are added in block order.
+    // Each block sums its own voxels, unless the pass that formed the density
+    // did; the block sums are added in block order.
+    if (!totalsCurrent) {
 #pragma omp parallel num_threads(nThreads)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-        threads[t]->SumTotals();
+        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
+            threads[t]->SumTotals();
+    }
+    totalsCurrent = false;
     double Qp = 0.0, Qm = 0.0;
     for (const ThreadData* block : threads) {
         Qp += block->totalPlus;

@@ -166,6 +166,7 @@ public:
   fftw_complex* derivGrid = nullptr;    // nComplex; the same array as fourierGrid
   fftw_complex* gridPowerB[6] = {};     // [1..5] used, entropy orders above 1
   bool useFFT = false;
+  bool totalsCurrent = false;           // the blocks' totals are those of the present density
   fftw_plan planForward = nullptr;      // realGrid -> fourierGrid
   fftw_plan planBackward = nullptr;     // derivGrid -> realGrid
   std::vector<double> shiftFactors;     // FFT path: cos, sin of every equivalent's phase shift

@@ -121,8 +121,10 @@ public:
     // L-BFGS: rho1Old / rho2Old hold x with m * |rho| = x^2. The first two
     // form the densities, add to the entropy sum S and the total Q and set the
     // entropy gradient g; the third completes g with the constraint and totals.
-    void BFGS_calc_pRho(VectorXD& g, double& S, double& Q);
-    void BFGS_calc_mRho(VectorXD& g, double& S, double& Q);
+    // Without a stored negative side the first also forms rho12. They also
+    // set totalPlus and totalMinus, for a side not in use too (g may then be null).
+    void BFGS_calc_pRho(VectorXD* g, double& S, double& Q);
+    void BFGS_calc_mRho(VectorXD* g, double& S, double& Q);
     void BFGS_Calc_dCdR(int side, VectorXD& g, double lam, double mu, double c0);
 
     // Multiplicity-weighted inner product over the block.

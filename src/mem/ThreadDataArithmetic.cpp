@@ -113,15 +113,28 @@ inline void NewtonStep(int n, double t, const double* __restrict o, const double
 
 // The density of one side from the minimiser's x (negated on the negative
 // side), its entropy sum (subtracted on the negative side), total and gradient.
-template <bool Negative, class Prior>
-void BfgsSide(int n, const double* __restrict x, Prior p, const int* __restrict m,
-              double* __restrict r, double* __restrict grad, double& S, double& Q) {
+// With FormSum the density also goes to sum, which is rho12 when there is
+// no negative side to add.
+// Multiplicity-weighted sum of r.
+double WeightedSum(int n, const double* __restrict r, const int* __restrict m) {
+    double s = 0.0;
+    for (int v = 0; v < n; ++v)
+        s += m[v] * r[v];
+    return s;
+}
+
+// Returns the side's total.
+template <bool Negative, bool FormSum, class Prior>
+double BfgsSide(int n, const double* __restrict x, Prior p, const int* __restrict m,
+                double* __restrict r, double* __restrict sum, double* __restrict grad, double& S) {
     double q = 0.0, s = 0.0;
 #pragma omp simd reduction(+ : q, s)
     for (int v = 0; v < n; ++v) {
         const double mr = Negative ? -(x[v] * x[v]) : x[v] * x[v];
         q += mr;
         r[v] = mr / m[v];
+        if (FormSum)
+            sum[v] = r[v];
         const double l = std::log(r[v] / p[v]);
         // p (p / p - 1) is p ln(p / p): zero, or not a number for a prior of zero.
         const double e = (r[v] * l + p[v] * (p[v] / p[v] - 1.0)) * m[v];
@@ -131,8 +144,8 @@ void BfgsSide(int n, const double* __restrict x, Prior p, const int* __restrict 
             s += e;
         grad[v] = l + (1.0 - 0.0 / p[v]);
     }
-    Q += q;
     S += s;
+    return q;
 }
 
 // Multiplicity-weighted sum of the squared gradient of Q at the density r.
@@ -160,12 +173,26 @@ void ThreadData::ZSPA_Calc_Next_Rho1(double L, double& Zp, double& Zm) {
         Zm = ExpStep(nVoxel, -(F000Minus / total) * L, dCdR.p_, rho2Old.p_, multiplicity, rho2.p_);
 }
 
+// One pass for the scaling and rho12; a side not in use is multiplied by 1,
+// which leaves it as it is.
 void ThreadData::ZSPA_Normalize(double a, double b) {
-    if (HasPlus())
-        rho1 *= a;
-    if (HasMinus())
-        rho2 *= b;
-    Add_Rho12();
+    const double sa = HasPlus() ? a : 1.0;
+    const double sb = HasMinus() ? b : 1.0;
+    double* __restrict r1 = rho1.p_;
+    double* __restrict out = rho12.p_;
+    if (!StoresMinus()) {
+#pragma omp simd
+        for (int v = 0; v < nVoxel; ++v)
+            out[v] = r1[v] = r1[v] * sa;
+        return;
+    }
+    double* __restrict r2 = rho2.p_;
+#pragma omp simd
+    for (int v = 0; v < nVoxel; ++v) {
+        r1[v] *= sa;
+        r2[v] *= sb;
+        out[v] = r1[v] + r2[v];
+    }
 }
 
 void ThreadData::Calc_mu1(double& a, double& b) {
@@ -285,13 +312,6 @@ void ThreadData::Add_Rho12() {
         out[v] = r1[v] + r2[v];
 }
 
-static double WeightedSum(int n, const double* __restrict r, const int* __restrict m) {
-    double s = 0.0;
-    for (int v = 0; v < n; ++v)
-        s += m[v] * r[v];
-    return s;
-}
-
 void ThreadData::SumTotals() {
     totalPlus = WeightedSum(nVoxel, rho1.p_, multiplicity);
     totalMinus = StoresMinus() ? WeightedSum(nVoxel, rho2.p_, multiplicity) : 0.0;
@@ -353,20 +373,30 @@ void ThreadData::Normalize3(double& a, double& b) {
 // rho1Old holds x with m * rho1 = x^2, which keeps the density positive
 // without bounds. ln(p / p) and 0 / p are 0 and 1 for a usable prior; they
 // stay in the sums so that a prior of zero shows as not-a-number.
-void ThreadData::BFGS_calc_pRho(VectorXD& g, double& S, double& Q) {
-    if (HasPlus())
-        WithPrior(prior1, flatPrior1, [&](auto p) {
-            BfgsSide<false>(nVoxel, rho1Old.p_, p, multiplicity, rho1.p_, g.p_, S, Q);
-            return 0;
-        });
+// The totals are those of x^2, which the report's totals then use; a side
+// not in use keeps the total of what it holds.
+void ThreadData::BFGS_calc_pRho(VectorXD* g, double& S, double& Q) {
+    if (!HasPlus()) {
+        totalPlus = WeightedSum(nVoxel, rho1.p_, multiplicity);
+        return;
+    }
+    totalPlus = WithPrior(prior1, flatPrior1, [&](auto p) {
+        return StoresMinus()
+                   ? BfgsSide<false, false>(nVoxel, rho1Old.p_, p, multiplicity, rho1.p_, nullptr, g->p_, S)
+                   : BfgsSide<false, true>(nVoxel, rho1Old.p_, p, multiplicity, rho1.p_, rho12.p_, g->p_, S);
+    });
+    Q += totalPlus;
 }
 
-void ThreadData::BFGS_calc_mRho(VectorXD& g, double& S, double& Q) {
-    if (HasMinus())
-        WithPrior(prior2, flatPrior2, [&](auto p) {
-            BfgsSide<true>(nVoxel, rho2Old.p_, p, multiplicity, rho2.p_, g.p_, S, Q);
-            return 0;
-        });
+void ThreadData::BFGS_calc_mRho(VectorXD* g, double& S, double& Q) {
+    if (!HasMinus()) {
+        totalMinus = StoresMinus() ? WeightedSum(nVoxel, rho2.p_, multiplicity) : 0.0;
+        return;
+    }
+    totalMinus = WithPrior(prior2, flatPrior2, [&](auto p) {
+        return BfgsSide<true, false>(nVoxel, rho2Old.p_, p, multiplicity, rho2.p_, nullptr, g->p_, S);
+    });
+    Q += totalMinus;
 }
 
 // The result is one eighth of the exact derivative by x; the minimiser's step

@@ -132,7 +132,7 @@ TEST(EntropyDerivative, BySquareRootUnknownsMatchesFiniteDifferences) {
         b->rho1Old[v] = std::sqrt(b->multiplicity[v] * b->rho1[v]) * (1.0 + 0.1 * std::sin(v));
     VectorXD g(b->nVoxel), scratch(b->nVoxel);
     double S = 0.0, Q = 0.0, total = 0.0, q = 0.0;
-    b->BFGS_calc_pRho(g, S, Q);
+    b->BFGS_calc_pRho(&g, S, Q);
     for (int v = 0; v < b->nVoxel; ++v)
         total += b->multiplicity[v] * b->rho1[v];
     EXPECT_NEAR(Q, total, 1e-12 * total);
@@ -140,9 +140,9 @@ TEST(EntropyDerivative, BySquareRootUnknownsMatchesFiniteDifferences) {
         const double x = b->rho1Old[v], h = 1e-6 * x;
         double up = 0.0, down = 0.0;
         b->rho1Old[v] = x + h;
-        b->BFGS_calc_pRho(scratch, up, q);
+        b->BFGS_calc_pRho(&scratch, up, q);
         b->rho1Old[v] = x - h;
-        b->BFGS_calc_pRho(scratch, down, q);
+        b->BFGS_calc_pRho(&scratch, down, q);
         b->rho1Old[v] = x;
         EXPECT_NEAR((up - down) / (2 * h), 2 * x * g[v], 1e-6 * std::fabs(2 * x * g[v]) + 1e-9);
     }

@@ -137,14 +137,15 @@ void MEMData::Calc_dSdR(VectorXDMP& g) {
 #pragma omp parallel num_threads(nThreads) reduction(+ : Sp, Sm, Qp, Qm)
     for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
         ThreadData& b = *threads[t];
-        if (HasPlus(*this)) b.BFGS_calc_pRho(*g.parts[t], Sp, Qp);
-        if (HasMinus(*this)) b.BFGS_calc_mRho(*g.parts[MinusPart(*this, t)], Sm, Qm);
-        if (useFFT) b.Add_Rho12();
+        b.BFGS_calc_pRho(HasPlus(*this) ? g.parts[t] : nullptr, Sp, Qp);
+        b.BFGS_calc_mRho(HasMinus(*this) ? g.parts[MinusPart(*this, t)] : nullptr, Sm, Qm);
+        if (useFFT && b.StoresMinus()) b.Add_Rho12();  // else formed with the positive side
     }
     entropyPlus = Sp;
     entropyMinus = Sm;
     calcMoment[0] = Qp;
     calcMoment[1] = Qm;
+    totalsCurrent = true;
     CalcFcalc(0);
 }
 
