@@ -73,7 +73,7 @@ void MEMData::CalcFcalc(int withE) {
         }
     } else {
         GatherCell(realGrid, densitySum, cellOwner.data(), nVoxelCell, nThreads);
-        fftw_execute(planForward);
+        transform->Forward();
     }
     CalcFcalc_impl(withE);
 }
@@ -169,7 +169,7 @@ void MEMData3D::CalcFlnR() {
         return;
     }
     GatherCell(realGrid, densitySum, cellOwner.data(), nVoxelCell, nThreads);
-    fftw_execute(planForward);
+    transform->Forward();
     const bool centric = centroFactor == 2;  // imaginary parts zero, as for B
 #pragma omp parallel for num_threads(nThreads) schedule(static)
     for (int i = 0; i < n; ++i) {
@@ -251,7 +251,7 @@ void MEMData3D::DFT_Derivatives() {
     ClearGrid(derivGrid, nComplex, nThreads);
     ClearGrid(gridPowerB[5], nComplex, nThreads);
     ScatterDerivatives(*this, nRefF + nRefG, 1.0, 1.0, derivGrid, gridPowerB[5]);
-    fftw_execute(planBackward);
+    transform->Backward();
 #pragma omp parallel num_threads(nThreads)
     for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
         threads[t]->Calc_dCdR_FFT();
@@ -288,7 +288,7 @@ void MEMData3D::Calc_dCdR_OMRA(double lam) {
         if (gridPowerB[5])
             gridPowerB[5][0][0] += zeroMinus;
     }
-    fftw_execute(planBackward);
+    transform->Backward();
 #pragma omp parallel num_threads(nThreads)
     for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
         threads[t]->Calc_dCdR_FFT();

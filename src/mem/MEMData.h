@@ -3,6 +3,7 @@
 
 #include <fftw3.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "base/VectorD.h"
 #include "ls/VectorXDMP.h"
 #include "ls/lbfgs.h"
+#include "mem/CellTransform.h"
 #include "mem/MEMParam.h"
 
 // Held by counted reference only, so their definitions are not needed here.
@@ -167,8 +169,7 @@ public:
   fftw_complex* gridPowerB[6] = {};     // [1..5] used, entropy orders above 1
   bool useFFT = false;
   bool totalsCurrent = false;           // the blocks' totals are those of the present density
-  fftw_plan planForward = nullptr;      // realGrid -> fourierGrid
-  fftw_plan planBackward = nullptr;     // derivGrid -> realGrid
+  std::unique_ptr<CellTransform> transform;  // realGrid <-> fourierGrid (= derivGrid)
   std::vector<double> shiftFactors;     // FFT path: cos, sin of every equivalent's phase shift
   std::vector<long> shiftStart;         // FFT path: first pair of each reflection in shiftFactors
 

@@ -5,10 +5,7 @@ MEMData3D::MEMData3D() { unitCell.Initialize(); }
 // The plans exist only on the FFT path; FFTW's thread state was set up with them.
 MEMData3D::~MEMData3D() {
   if (useFFT) {
-    if (planForward)
-      fftw_destroy_plan(planForward);
-    if (planBackward)
-      fftw_destroy_plan(planBackward);
+    transform.reset();
     fftw_cleanup_threads();
   }
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "base/Assert.h"
 #include "mem/AlignedArray.h"
 #include "mem/GridSymmetry.h"
+#include "mem/HalfComplex.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
 
@@ -49,6 +51,26 @@ bool TransformIsCheaper(int nAsym, int nCounted, int centroFactor, int nVoxelCel
     return direct > N / std::log(N) * 100.0;
 }
 
+// The highest first index u of a half-complex entry that the analysis reads
+// (a reflection's structure factor) or writes (the derivative of one of its
+// equivalents): the transforms need be exact only up to it.
+int HighestColumn(const MEMData3D& mem) {
+    const int* n = mem.gridSize;
+    const long columns = n[0] / 2 + 1;
+    long uMax = 0;
+    for (int i = 0; i < mem.reflections.size(); ++i) {
+        const StructureFactor& f = *mem.reflections[i];
+        for (std::size_t j = 0; j < f.hkl.nItems(); ++j) {
+            const int* h = f.hkl.item(j);
+            if (j == 0)
+                uMax = std::max(uMax, ForwardEntry(h[0], h[1], h[2], n).index % columns);
+            if (-h[0] >= 0 && -h[0] < n[0] / 2)
+                uMax = std::max(uMax, static_cast<long>(-h[0]));
+        }
+    }
+    return static_cast<int>(uMax);
+}
+
 // Plans are measured before any grid holds data, because measuring
 // overwrites the arrays; the grids are cleared afterwards.
 void SetUpTransforms(MEMData3D& mem) {
@@ -61,9 +83,8 @@ void SetUpTransforms(MEMData3D& mem) {
     mem.derivGrid = mem.fourierGrid;
     if (!mem.realGrid || !mem.fourierGrid)
         throw std::bad_alloc();
-    const int nx = mem.gridSize[0], ny = mem.gridSize[1], nz = mem.gridSize[2];
-    mem.planForward = fftw_plan_dft_r2c_3d(nz, ny, nx, mem.realGrid, mem.fourierGrid, FFTW_MEASURE);
-    mem.planBackward = fftw_plan_dft_c2r_3d(nz, ny, nx, mem.derivGrid, mem.realGrid, FFTW_MEASURE);
+    mem.transform = std::make_unique<CellTransform>(mem.gridSize, HighestColumn(mem), mem.realGrid,
+                                                    mem.fourierGrid);
     std::fill(mem.realGrid, mem.realGrid + mem.nVoxelCell, 0.0);
     std::fill(&mem.fourierGrid[0][0], &mem.fourierGrid[0][0] + 2 * mem.nComplex, 0.0);
 }
