@@ -1,4 +1,4 @@
-// The limited-memory minimiser on textbook functions, its parameter checks and its failure exit.
+// The limited-memory minimiser on textbook functions and its failure exit.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -133,29 +133,6 @@ TEST(Minimiser, StepsBackFromNotANumber) {
         lbfgs(3, x, &fx, Evaluate, nullptr, &prob, &p);
         EXPECT_GT(prob.nonFinite, 0) << "line search " << ls;
         for (double v : Flatten(x)) EXPECT_NEAR(v, 1.0, 1e-3) << "line search " << ls;
-    }
-}
-
-// A sample of the checks: plain ones and those that depend on the line search.
-TEST(Minimiser, ParameterErrorsReturnBeforeAnyEvaluation) {
-    struct Case {
-        int n;
-        std::function<void(lbfgs_parameter_t&)> set;
-        int status;
-    } cases[] = {
-        {0, [](lbfgs_parameter_t&) {}, LBFGSERR_INVALID_N},
-        {2, [](lbfgs_parameter_t& p) { p.linesearch = 2, p.wolfe = 1.0; }, LBFGSERR_INVALID_WOLFE},
-        {2, [](lbfgs_parameter_t& p) { p.orthantwise_start = 3; }, LBFGSERR_INVALID_ORTHANTWISE_START},
-        {2, [](lbfgs_parameter_t& p) { p.linesearch = 1, p.orthantwise_c = 1; }, LBFGSERR_INVALID_LINESEARCH},
-    };
-    for (const Case& c : cases) {
-        Problem prob{Rosenbrock};
-        VectorXDMP x = Split({0.0, 0.0});
-        lbfgs_parameter_t p;
-        lbfgs_parameter_init(&p);
-        c.set(p);
-        EXPECT_EQ(lbfgs(c.n, x, nullptr, Evaluate, nullptr, &prob, &p), c.status);
-        EXPECT_EQ(prob.evaluations, 0) << c.status;
     }
 }
 

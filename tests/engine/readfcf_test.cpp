@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string>
 
-#include "readmem_support.h"
+#include "zspa_fixture.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "readmem_support.h"
+#include "zspa_fixture.h"
 
 namespace {
 

@@ -1,19 +1,40 @@
-// Shared helpers of the analysis tests: the table, prepared analyses and a synthetic data set.
+// Shared helpers of the reader and analysis tests: scratch files, the table, prepared analyses and a small data set.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <omp.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <sstream>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "app/Timer.h"
+#include "common/CapturedOutput.h"
+#include "common/SpaceGroupTable.h"
+#include "common/TempDir.h"
+#include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
-#include "readmem_support.h"
+
+// A file in a scratch directory, written byte for byte.
+class ScratchFile {
+public:
+    explicit ScratchFile(const std::string& bytes, const std::string& name = "data.mem")
+        : path_(dir_.write(name, bytes)) {}
+    const std::string& path() const { return path_; }
+
+private:
+    TempDir dir_;
+    std::string path_;
+};
+
+// An analysis object set up as the dialogue would leave it for a data file.
+inline std::unique_ptr<MEMData3D> AnalysisFor(const std::string& path, int fileType) {
+    LoadedTable();
+    auto mem = std::make_unique<MEMData3D>();
+    mem->param.dataFile = path;
+    mem->param.fileType = fileType;
+    return mem;
+}
 
 // The space-group table, loaded once. Standard input is closed as well, so
 // that the waits after a refused restart or prior file return at once.
@@ -68,66 +89,15 @@ inline double Total(const MEMData& d, int channel, bool old) {
     return sum;
 }
 
-// A small triclinic (P 1) data set made from a two-atom model with Gaussian
-// atoms: exact structure factors with sigma = 3% of |F| + 0.05, one group of
-// two overlapped reflections and three reflections that are only listed.
-// The structure factor convention is that of the program: a plus sign in the
-// exponent and no normalisation, so that F(000) is the number of electrons.
-struct SyntheticDataSet {
-    int grid[3] = {16, 18, 20};
-    int nRefF = 0;
-    std::vector<std::vector<int>> hkl;  // of the F reflections, in file order
-};
-
-inline SyntheticDataSet WriteP1DataSet(const std::string& path, const int* grid = nullptr) {
-    SyntheticDataSet set;
-    if (grid)
-        std::copy(grid, grid + 3, set.grid);
-    struct Reflection {
-        int h, k, l;
-        double re, im, s;
-    };
-    // Atoms of 8 and 4 electrons: weight, x, y, z, B.
-    const double atoms[2][5] = {{8.0, 0.10, 0.20, 0.30, 3.0}, {4.0, 0.60, 0.55, 0.80, 4.0}};
-    std::vector<Reflection> observed, listed;
-    for (int h = 0; h <= 5; ++h)
-        for (int k = -5; k <= 5; ++k)
-            for (int l = -5; l <= 5; ++l) {
-                // One of each Friedel pair: the program adds the mates.
-                if (!(h > 0 || (h == 0 && (k > 0 || (k == 0 && l > 0))))) continue;
-                Reflection r{h, k, l, 0.0, 0.0, std::sqrt(std::pow(h / 4.0, 2) + std::pow(k / 4.5, 2) + std::pow(l / 5.0, 2))};
-                for (const auto& a : atoms) {
-                    const double amp = a[0] * std::exp(-a[4] * r.s * r.s / 4.0);
-                    const double phase = 2.0 * M_PI * (h * a[1] + k * a[2] + l * a[3]);
-                    r.re += amp * std::cos(phase);
-                    r.im += amp * std::sin(phase);
-                }
-                if (r.s <= 0.85) observed.push_back(r);
-                else if (r.s <= 1.0 && listed.size() < 3) listed.push_back(r);
-            }
-    // The last two F reflections become one group of overlapped reflections.
-    const Reflection m1 = observed[observed.size() - 2], m2 = observed.back();
-    observed.resize(observed.size() - 2);
-    const double g = std::sqrt((m1.re * m1.re + m1.im * m1.im + m2.re * m2.re + m2.im * m2.im) / 2.0);
-    std::ostringstream file;
-    file << "Synthetic two-atom model in P 1\n4.0 4.5 5.0 90 90 90\nP 1\n1 1 " << set.grid[0] << " "
-         << set.grid[1] << " " << set.grid[2] << "\n12.0 0.01\n" << observed.size() << "\n";
-    char line[160];
-    for (const Reflection& r : observed) {
-        snprintf(line, sizeof line, "%d %d %d %.6f %.6f %.6f\n", r.h, r.k, r.l, r.re, r.im, 0.03 * std::hypot(r.re, r.im) + 0.05);
-        file << line;
-        set.hkl.push_back({r.h, r.k, r.l});
-    }
-    snprintf(line, sizeof line, "1\n2\n%d %d %d %.6f %.6f\n%d %d %d\n", m1.h, m1.k, m1.l, g, 0.03 * g + 0.05, m2.h, m2.k, m2.l);
-    file << line << listed.size() << "\n";
-    for (const Reflection& e : listed) file << e.h << " " << e.k << " " << e.l << "\n";
-    set.nRefF = static_cast<int>(observed.size());
-    WriteText(path, file.str());
-    return set;
+// The P 1 data set of tests/data/p1_model.mem (two Gaussian atoms, 12
+// electrons) as dir/model.mem, on the grid given; returns its path.
+inline std::string WriteP1DataSet(const TempDir& dir, const std::string& grid = "16 18 20") {
+    std::string text = ReadText(std::string(HALVORIN_TEST_DATA) + "/p1_model.mem");
+    text.replace(text.find("\n1 1 16 18 20\n") + 5, 8, grid);
+    WriteText(dir.file("model.mem"), text);
+    return dir.file("model.mem");
 }
 
-// WriteP1DataSet into dir/model.mem, then Prepare.
-inline void PrepareP1(TestAnalysis& d, const TempDir& dir, const int* grid = nullptr) {
-    WriteP1DataSet(dir.file("model.mem"), grid);
-    Prepare(d, dir.file("model.mem"));
+inline void PrepareP1(TestAnalysis& d, const TempDir& dir, const std::string& grid = "16 18 20") {
+    Prepare(d, WriteP1DataSet(dir, grid));
 }
