@@ -1,7 +1,6 @@
 // The readers of the four space-group files on missing, broken and garbled files.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdio>
 #include <random>
 #include <string>
@@ -10,7 +9,6 @@
 #include "common/CapturedOutput.h"
 #include "core/SpaceGroup.h"
 #include "core/SpaceGroupFiles.h"
-#include "core/OrthorhombicSettings.h"
 #include "core/UnitCell.h"
 
 namespace {
@@ -43,17 +41,6 @@ void writeTables(const TempDir& dir, const std::string& spgro, const std::string
 std::string dirOf(const TempDir& dir) { return dir.path() + "/"; }
 
 }  // namespace
-
-TEST(CondensedSymbol, SeparatesLatticeScrewAxesAndTheRest) {
-  const char* cases[][2] = {{"Pmc21", "P m c 21"}, {"P212121", "P 21 21 21"}, {"P2221", "P 2 2 21"},
-                            {"Cmce", "C m c e"},   {"Fdd2", "F d d 2"},        {"P21ma", "P 21 m a"},
-                            {"P", "P   "}};
-  for (auto& c : cases) {
-    char out[20];
-    ExpandCondensedSymbol(c[0], out, sizeof out);
-    EXPECT_STREQ(c[1], out) << c[0];
-  }
-}
 
 // Each file missing or broken in turn, as the program reports it; a missing
 // wyckoff.dat is silent but leaves the table empty.
