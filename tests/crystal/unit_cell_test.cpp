@@ -52,7 +52,7 @@ TEST(LookupBySymbol, TableOfCases) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.symbol) + " in a cell of angles " + std::to_string(c.cell[3]) + " " +
                  std::to_string(c.cell[4]) + " " + std::to_string(c.cell[5]));
-    UnitCell uc = CellOf(c.cell[0], c.cell[1], c.cell[2], c.cell[3], c.cell[4], c.cell[5]);
+    UnitCell uc = CellOf(c.cell);
     EXPECT_EQ(c.found, c.setting ? uc.setStandardName(c.symbol, c.setting) : uc.setSpgNameStandard(c.symbol));
     auto expect = [](int want, int got, const char* what) {
       if (want != kAny) {
@@ -68,7 +68,7 @@ TEST(LookupBySymbol, TableOfCases) {
   }
   // An unknown symbol in a cell that stands on a group of two origins is
   // looked up once more with the next setting number.
-  UnitCell uc = CellOf(8, 8, 8, 90, 90, 90);
+  UnitCell uc = CellOf(kCubic);
   uc.setSpgNameStandard("F d -3 m");
   EXPECT_EQ(0, uc.setSpgNameStandard("F d -3 x"));
   EXPECT_EQ((std::vector<int>{227, 2}), (std::vector<int>{uc.spgNumber, uc.spgSetting}));

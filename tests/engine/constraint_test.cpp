@@ -90,9 +90,8 @@ TEST(ConstraintDerivative, ByDensityMatchesFiniteDifferences) {
         ConstraintValue(*mem, true);
         mem->DFT_Derivatives();
         for (int g : {0, 1, mem->NASYM / 3, mem->NASYM / 2, mem->NASYM - 1}) {
-            ThreadData* b;
             int v;
-            VoxelDensity(*mem, g, &b, &v);
+            ThreadData* b = VoxelBlock(*mem, g, &v);
             const double analytic = b->dCdR[v] * b->multiplicity[v];
             const double difference = Difference(*mem, &b->rho1[v], 1e-4 * b->rho1[v], true, &b->rho12[v]);
             EXPECT_NEAR(analytic, difference, 1e-6 * std::max(std::fabs(difference), 1.0)) << "voxel " << g;

@@ -18,8 +18,8 @@ struct TestGroup {
 // axes), "P 63/m m c", "P 32 2 1" or "P 21 21 21".
 const TestGroup& GroupBySymbol(const std::string& symbol);
 
-// The expanded operator list of a group in table order, as 4 x 4 column-major matrices.
-std::vector<std::array<double, 16>> ExpandOperators(const TestGroup& group);
+// The expanded operator list of a group in table order.
+ObjVector<MatrixD> ExpandOperators(const TestGroup& group);
 
 struct AnalysisSpec {
     std::string symbol;
@@ -51,8 +51,8 @@ std::unique_ptr<MEMData3D> MakeTransformAnalysis(AnalysisSpec spec);
 // equal voxel numbering), refreshes rho12 and the structure factors.
 void RandomiseDensity(MEMData3D& mem, unsigned seed);
 
-// rho12 of global voxel number g.
-double& VoxelDensity(MEMData3D& mem, int g, ThreadData** block = nullptr, int* local = nullptr);
+// The block that holds global voxel number g, and its number there.
+ThreadData* VoxelBlock(MEMData3D& mem, int g, int* local);
 
 // All eight orders weighted and no damping of the orders by C (which would
 // move with the structure factors), so that every term and its derivative
