@@ -10,11 +10,7 @@
 # change the last bits of a sum; the zinc oxide iteration amplifies them until
 # even two runs with one thread differ in the third digit after several
 # hundred cycles).
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
-new_workdir
+. "$2/tests/e2e/analysis_common.bash"
 figures() { grep -E '^ +(lambda1|Number of cycles|CONSTR|wCONSTR|CONF|C[0-9]+ |Information Entropy)' "$1" | head -20; }
 awk_true() { awk "BEGIN { exit !($1) }"; }
 

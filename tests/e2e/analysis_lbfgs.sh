@@ -7,11 +7,7 @@
 # atomic sums in any order), and the stop rules turn last-bit differences into
 # other cycle counts (1081 and 1229 for two identical runs under load), so
 # cycles are compared within 50 % and the figures to about five digits.
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
-new_workdir
+. "$2/tests/e2e/analysis_common.bash"
 
 # rutile_n runs with two threads and then with one.
 for run in rutile.2 zno.2 rutile_n.2 rutile_n.1; do

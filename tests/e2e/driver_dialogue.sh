@@ -1,18 +1,13 @@
 #!/usr/bin/env bash
 # The console dialogue driven through a pipe: it asks for the data file first,
 # takes the answers in order, and writes the condition file when asked to.
-set -u
-prog=$(cd "$(dirname "$1")" && pwd -P)/$(basename "$1")
-work=$(cd "$(mktemp -d "${TMPDIR:-/tmp}/halvorin_e2eXXXXXX")" && pwd -P)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-fail() { echo "FAIL: $*"; exit 1; }
+. "$2/tests/e2e/analysis_common.bash"
 
 mkdir sub
 # Answers: name (quoted, CR LF line ends), type, start, algorithm, LM_type,
 # lambda, x, t, E, feedback, eps, fractions, save, cycles.
 answers=$'"sub/quartz.mem"  \r\n1\r\n0\r\n0\r\n0\r\n0.004\r\n1.5\r\n0.02\r\n1.25\r\n2\r\n1\r\n1 0.5 0 0 0 0 0 0.125\r\n1\r\n345\r\n'
-out=$(printf '%s' "$answers" | "$prog")
+out=$(printf '%s' "$answers" | "$PROG")
 status=$?
 [ "$status" -eq 0 ] || fail "status $status"
 
@@ -34,15 +29,15 @@ printf '%s\n' "$out" | grep -q '# Which prior densities' && fail "ZSPA asked for
 
 # The written file is read back as a condition file: no question, and the run
 # goes on to the data set it names.
-out=$("$prog" "$prf" </dev/null)
+out=$("$PROG" "$prf" </dev/null)
 printf '%s\n' "$out" | grep -q '^# ' && fail "questions asked for a condition file"
 expected="Failed to read input file:
-$work/sub/quartz.mem
+$WORK/sub/quartz.mem
 Press Enter key to exit."
 [ "$(printf '%s\n' "$out" | tail -n 3)" = "$expected" ] || fail "second run ended with: $out"
 
 # End of input at the first question ends the dialogue at once.
-out=$("$prog" </dev/null)
+out=$("$PROG" </dev/null)
 [ $? -eq 0 ] || fail "status at end of input"
 printf '%s\n' "$out" | grep -qx 'The file type is not supported:' || fail "end of input: $out"
 exit 0
