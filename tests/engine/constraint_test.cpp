@@ -24,21 +24,18 @@ double ConstraintValue(MEMData3D& mem, bool fromDensity) {
     return mem.wConstr;
 }
 
-// Central difference of wConstr by *x, with *x restored.
+// Central difference of wConstr by *x, which its twin (when given) follows, with both restored.
 double Difference(MEMData3D& mem, double* x, double h, bool fromDensity, double* twin = nullptr) {
     const double x0 = *x;
-    *x = x0 + h;
-    if (twin)
-        *twin = *x;
-    const double up = ConstraintValue(mem, fromDensity);
-    *x = x0 - h;
-    if (twin)
-        *twin = *x;
-    const double down = ConstraintValue(mem, fromDensity);
+    double value[2];
+    for (int side = 0; side < 2; ++side) {
+        *x = side ? x0 - h : x0 + h;
+        if (twin) *twin = *x;
+        value[side] = ConstraintValue(mem, fromDensity);
+    }
     *x = x0;
-    if (twin)
-        *twin = x0;
-    return (up - down) / (2 * h);
+    if (twin) *twin = x0;
+    return (value[0] - value[1]) / (2 * h);
 }
 
 const AnalysisSpec kMonoclinic{"P 21/c", {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f}, {8, 8, 8},

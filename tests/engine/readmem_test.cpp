@@ -145,14 +145,6 @@ TEST(ReadMEM, UnusableGridNumbers) {
   EXPECT_NE(quiet.all().find("too large"), std::string::npos);
 }
 
-// ReadFobs reports a missing file and waits for Enter.
-TEST(ReadFobs, MissingFile) {
-  CapturedOutput quiet;
-  ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
-  EXPECT_FALSE(AnalysisFor("/nonexistent/data.mem", 3)->ReadFobs());
-  EXPECT_EQ(quiet.all(), "Input file could not be opened.\n/nonexistent/data.mem\nPress Enter key to exit.\n");
-}
-
 // Refinement output.
 const std::string kHead =
     "data_x\n_exptl_crystal_F_000 100\n_cell_length_a 5.0(2)\n_cell_length_b 6\n_cell_length_c 7\n"
