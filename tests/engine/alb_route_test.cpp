@@ -10,7 +10,7 @@
 #include <string>
 
 #include "core/Element.h"
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

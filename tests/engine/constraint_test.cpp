@@ -10,10 +10,8 @@
 #include <random>
 #include <vector>
 
-#include "common/CapturedOutput.h"
 #include "mem/Constraint.h"
-#include "mem/ThreadData.h"
-#include "voxel_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

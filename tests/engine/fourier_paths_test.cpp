@@ -5,9 +5,7 @@
 #include <cmath>
 #include <complex>
 
-#include "mem/ThreadData.h"
-#include "voxel_fixture.h"
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

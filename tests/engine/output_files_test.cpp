@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "mem/outputs/GridFile.h"
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 
 #include "mem/outputs/AtomicFile.h"
 #include "mem/outputs/EpsHistogram.h"
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

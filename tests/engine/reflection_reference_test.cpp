@@ -14,7 +14,7 @@
 #include "base/StructureFactor.h"
 #include "core/Matrix4D.h"
 #include "core/UnitCell.h"
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

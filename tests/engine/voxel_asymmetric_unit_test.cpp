@@ -7,8 +7,7 @@
 
 #include "core/Matrix4D.h"
 #include "mem/GridSymmetry.h"
-#include "mem/ThreadData.h"
-#include "voxel_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

@@ -1,17 +1,12 @@
 // Small analyses built in memory for the engine tests.
-#include "voxel_fixture.h"
-
-#include <gtest/gtest.h>
+#include "analysis_fixture.h"
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <stdexcept>
 
-#include "common/CapturedOutput.h"
-#include "common/SpaceGroupTable.h"
 #include "core/Matrix4D.h"
-#include "mem/ThreadData.h"
 
 namespace {
 
