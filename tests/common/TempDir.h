@@ -2,40 +2,11 @@
 // it, and small whole-file helpers.
 #pragma once
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
-
-class TempDir {
-public:
-    TempDir() {
-        char pattern[] = "/tmp/halvorin_test_XXXXXX";
-        const char* made = mkdtemp(pattern);
-        path_ = made ? made : "/tmp";
-    }
-    ~TempDir() { std::system(("rm -rf '" + path_ + "'").c_str()); }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
-    const std::string& path() const { return path_; }
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-
-    // Writes `bytes` exactly as given, so tests control every line end.
-    std::string write(const std::string& name, const std::string& bytes) const {
-        const std::string full = file(name);
-        if (FILE* f = std::fopen(full.c_str(), "wb")) {
-            std::fwrite(bytes.data(), 1, bytes.size(), f);
-            std::fclose(f);
-        }
-        return full;
-    }
-
-private:
-    std::string path_;
-};
 
 inline std::string ReadText(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -54,3 +25,27 @@ inline std::vector<std::string> Lines(const std::string& text) {
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
+
+class TempDir {
+public:
+    TempDir() {
+        char pattern[] = "/tmp/halvorin_test_XXXXXX";
+        const char* made = mkdtemp(pattern);
+        path_ = made ? made : "/tmp";
+    }
+    ~TempDir() { std::system(("rm -rf '" + path_ + "'").c_str()); }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& path() const { return path_; }
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+    // Writes `bytes` exactly as given, so tests control every line end.
+    std::string write(const std::string& name, const std::string& bytes) const {
+        WriteText(file(name), bytes);
+        return file(name);
+    }
+
+private:
+    std::string path_;
+};

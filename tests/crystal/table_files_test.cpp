@@ -1,7 +1,6 @@
 // The readers of the four space-group files on missing, broken and garbled files.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdio>
 #include <random>
 #include <string>
@@ -10,7 +9,6 @@
 #include "common/CapturedOutput.h"
 #include "core/SpaceGroup.h"
 #include "core/SpaceGroupFiles.h"
-#include "core/OrthorhombicSettings.h"
 #include "core/UnitCell.h"
 
 namespace {
@@ -23,11 +21,10 @@ struct LocalTable {
   _SpaceGroup& at(int number, int setting) { return *groups[number - 1][setting - 1]; }
 };
 
-// spgro.dat with "P222" in every column except the lines given.
-std::string orthorhombicSymbols(int number, const std::string& line) {
+// spgro.dat with "P222" in every column.
+std::string orthorhombicSymbols() {
   std::string text;
-  for (int g = 16; g <= 74; ++g)
-    text += g == number ? line + "\n" : std::to_string(g) + " P222 P222 P222 P222 P222 P222\n";
+  for (int g = 16; g <= 74; ++g) text += std::to_string(g) + " P222 P222 P222 P222 P222 P222\n";
   return text;
 }
 
@@ -44,17 +41,6 @@ std::string dirOf(const TempDir& dir) { return dir.path() + "/"; }
 
 }  // namespace
 
-TEST(CondensedSymbol, SeparatesLatticeScrewAxesAndTheRest) {
-  const char* cases[][2] = {{"Pmc21", "P m c 21"}, {"P212121", "P 21 21 21"}, {"P2221", "P 2 2 21"},
-                            {"Cmce", "C m c e"},   {"Fdd2", "F d d 2"},        {"P21ma", "P 21 m a"},
-                            {"P", "P   "}};
-  for (auto& c : cases) {
-    char out[20];
-    ExpandCondensedSymbol(c[0], out, sizeof out);
-    EXPECT_STREQ(c[1], out) << c[0];
-  }
-}
-
 // Each file missing or broken in turn, as the program reports it; a missing
 // wyckoff.dat is silent but leaves the table empty.
 TEST(TableFailures, EachMissingFileIsReportedAsTheProgramSaysIt) {
@@ -68,7 +54,7 @@ TEST(TableFailures, EachMissingFileIsReportedAsTheProgramSaysIt) {
                {"spgra.dat", "  1  1  0  0  1P 1\ncomment\nx,y,z\n", ""}};
   for (const auto& step : steps) {
     if (step.file)
-      dir.write(step.file, *step.bytes ? step.bytes : orthorhombicSymbols(0, ""));
+      dir.write(step.file, *step.bytes ? step.bytes : orthorhombicSymbols());
     CapturedOutput captured;
     EXPECT_FALSE(ReadOrdinarySettings(dirOf(dir), t.table()));
     EXPECT_EQ(step.message, captured.all());
@@ -96,7 +82,7 @@ TEST(TableFailures, DamagedFilesAreReadWithoutHarm) {
   };
   for (int round = 0; round < 40; ++round) {
     TempDir dir;
-    writeTables(dir, orthorhombicSymbols(0, ""), garble(400), garble(400), garble(400));
+    writeTables(dir, orthorhombicSymbols(), garble(400), garble(400), garble(400));
     LocalTable t;
     CapturedOutput quiet;
     ReadOrdinarySettings(dirOf(dir), t.table());
@@ -104,7 +90,7 @@ TEST(TableFailures, DamagedFilesAreReadWithoutHarm) {
   }
   // A record that promises more operators than the file holds ends with it.
   TempDir dir;
-  writeTables(dir, orthorhombicSymbols(0, ""), " 16  1  0  1999P 2 2 2\ncomment\nx,y,z\n", "", "");
+  writeTables(dir, orthorhombicSymbols(), " 16  1  0  1999P 2 2 2\ncomment\nx,y,z\n", "", "");
   LocalTable t;
   EXPECT_TRUE(ReadOrdinarySettings(dirOf(dir), t.table()));
   EXPECT_EQ(2, t.at(16, 1).ops.size());

@@ -2,6 +2,7 @@
 // as independent truth, and cells that fit each setting.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -81,11 +82,9 @@ inline void ChooseSetting(UnitCell& uc, int number, int setting) {
 }
 
 // A cell with the given lengths and angles; the lookup by symbol reads only these.
-inline UnitCell CellOf(float a, float b, float c, float alpha, float beta, float gamma) {
+inline UnitCell CellOf(const std::array<float, 6>& cell) {
   UnitCell uc;
-  const float cell[6] = {a, b, c, alpha, beta, gamma};
-  for (int i = 0; i < 6; ++i)
-    uc.cell[i] = cell[i];
+  std::copy(cell.begin(), cell.end(), uc.cell);
   return uc;
 }
 

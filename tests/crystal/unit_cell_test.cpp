@@ -1,9 +1,106 @@
-// The unit cell: a custom operator list, a transformed cell, and the grid rule.
+// The unit cell and the table: settings chosen by symbol or by operators, a
+// transformed cell, the grid rule, and the class numbers and magnetic entries.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <string>
 #include <vector>
 
 #include "table_fixture.h"
+
+namespace {
+
+const std::array<float, 6> kB = {5, 6, 7, 90, 101, 90}, kC = {5, 6, 7, 90, 90, 101}, kA = {5, 6, 7, 101, 90, 90},
+                           kRight = {5, 6, 7, 90, 90, 90}, kCubic = {8, 8, 8, 90, 90, 90},
+                           kHexagonal = {5, 5, 14, 90, 90, 120}, kRhombohedral = {6, 6, 6, 75, 75, 75};
+
+const int kAny = -9;  // a field the case does not check
+
+// Monoclinic symbols take the unique axis from the cell: every unique axis
+// carries the symbols of the b-unique cell choices, so the cell picks the axis
+// and the symbol the cell choice; with right angles only, a symbol with cell
+// choices is not found and the others fall back to b unique. Groups of two
+// origins take the second; older symbols give way to current ones; equal axes
+// ask for the rhombohedral setting whatever the suffix. Symbols are compared
+// as they stand, a setting other than 1 narrows the search to that setting,
+// and a failed lookup leaves the state readable.
+TEST(LookupBySymbol, TableOfCases) {
+  ASSERT_TRUE(LoadedTable().ok);
+  const struct {
+    std::array<float, 6> cell;
+    const char* symbol;
+    int setting;  // 0: setSpgNameStandard, else setStandardName with it
+    int found, number, spgSetting, system;
+    const char* name;  // when not given: the table's name of the setting found
+  } cases[] = {
+      {kB, "P 21/c", 0, 14, 14, 1, 2, nullptr}, {kB, "P 21/n", 0, 14, 14, 2, 2, nullptr},
+      {kB, "P 21/a", 0, 14, 14, 3, 2, nullptr}, {kC, "P 21/c", 0, 14, 14, 4, 2, nullptr},
+      {kC, "P 21/a", 0, 14, 14, 6, 2, nullptr}, {kA, "P 21/c", 0, 14, 14, 7, 2, nullptr},
+      {kB, "P 21", 0, 4, 4, 1, 2, nullptr}, {kC, "P 21", 0, 4, 4, 2, 2, nullptr},
+      {kA, "P 21", 0, 4, 4, 3, 2, nullptr}, {kRight, "P 21/c", 0, 0, 1, kAny, kAny, nullptr},
+      {kRight, "P 21", 0, 4, 4, 1, kAny, nullptr}, {kCubic, "F d -3 m", 0, 227, 227, 2, 7, nullptr},
+      {kCubic, "F d 3 m", 0, 227, 227, 2, 7, "F d -3 m"},  // the bar of -3 may be left out
+      {kCubic, "P 2 3", 0, 195, 195, kAny, 7, "P 2 3"}, {kRight, "P n n n", 1, 48, 48, 1, kAny, nullptr},
+      {kRight, "P n n n", 0, 48, 48, 2, kAny, nullptr}, {kHexagonal, "R -3 m", 0, 166, 166, 1, 8, nullptr},
+      {kHexagonal, "R 3 m h", 0, 160, 160, 1, 8, nullptr}, {kRhombohedral, "R -3 m", 0, 166, 166, 2, 8, nullptr},
+      {kRhombohedral, "R 3 m h  ", 0, 160, 160, 2, 8, "R 3 m"}, {kRight, "C m c a", 0, 64, 64, 1, kAny, nullptr},
+      {kRight, "C c c b", 0, 68, 68, 3, kAny, nullptr},  // group 68's older symbols name its origins in pairs
+      {kCubic, "P  2 3", 0, 0, 1, kAny, 1, "P  2 3"},  // one blank too many
+      {kB, "P 21/c", 3, 0, kAny, 3, kAny, nullptr},   // setting 3 of group 14 bears another symbol
+      {kB, "P 21/a", 3, 14, 14, 3, kAny, nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.symbol) + " in a cell of angles " + std::to_string(c.cell[3]) + " " +
+                 std::to_string(c.cell[4]) + " " + std::to_string(c.cell[5]));
+    UnitCell uc = CellOf(c.cell);
+    EXPECT_EQ(c.found, c.setting ? uc.setStandardName(c.symbol, c.setting) : uc.setSpgNameStandard(c.symbol));
+    auto expect = [](int want, int got, const char* what) {
+      if (want != kAny) {
+        EXPECT_EQ(want, got) << what;
+      }
+    };
+    expect(c.number, uc.spgNumber, "number");
+    expect(c.spgSetting, uc.spgSetting, "setting");
+    expect(c.system, uc.crystalSystem, "crystal system");
+    if (c.name || c.found) {
+      EXPECT_STREQ(c.name ? c.name : FindSpaceGroupSetting(c.found, uc.spgSetting)->name, uc.spgName);
+    }
+  }
+  // An unknown symbol in a cell that stands on a group of two origins is
+  // looked up once more with the next setting number.
+  UnitCell uc = CellOf(kCubic);
+  uc.setSpgNameStandard("F d -3 m");
+  EXPECT_EQ(0, uc.setSpgNameStandard("F d -3 x"));
+  EXPECT_EQ((std::vector<int>{227, 2}), (std::vector<int>{uc.spgNumber, uc.spgSetting}));
+}
+
+TEST(SpaceGroupTable, ClassNumbersFollowTheGroupNumber) {
+  ASSERT_TRUE(LoadedTable().ok);
+  const int cases[][3] = {{2, 1, 1},   {3, 2, 2},   {15, 2, 2},  {16, 3, 3},   {88, 4, 4},   {89, 4, 5},
+                          {148, 5, 6}, {149, 5, 7}, {176, 6, 8}, {177, 6, 9}, {206, 7, 10}, {230, 7, 11}};
+  for (const auto& c : cases)
+    for (int s = 1; s <= nSpgSetting[c[0] - 1]; ++s) {
+      EXPECT_EQ(c[1], FindSpaceGroupSetting(c[0], s)->systemId) << c[0];
+      EXPECT_EQ(c[2], FindSpaceGroupSetting(c[0], s)->laueId) << c[0];
+    }
+}
+
+TEST(SpaceGroupTable, MagneticEntriesStandBehindTheOrdinaryOnes) {
+  ASSERT_TRUE(LoadedTable().ok);
+  int magnetic = 0;
+  for (int n = 1; n <= kSpaceGroupCount; ++n) {
+    const ObjVector<_SpaceGroup>& settings = spaceGroup[n - 1];
+    for (int s = 0; s < settings.size(); ++s) {
+      const bool isMagnetic = (settings[s]->flags & kMagneticFlag) != 0;
+      EXPECT_EQ(s >= nSpgSetting[n - 1], isMagnetic) << n << "/" << s + 1;
+      if (isMagnetic) {
+        ++magnetic;
+        EXPECT_GE(settings[s]->ops.size(), 1) << n << "/" << s + 1;
+      }
+    }
+  }
+  EXPECT_EQ(1651, magnetic);
+}
 
 TEST(SymmetryOperators, ACustomListStaysInForce) {
   ASSERT_TRUE(LoadedTable().ok);
@@ -103,3 +200,5 @@ TEST(GridNumbers, StepsBaseNumbersAndOvershoot) {
     EXPECT_EQ(std::vector<int>(c.n, c.n + 3), std::vector<int>(n, n + 3)) << c.number << " step " << c.step;
   }
 }
+
+}  // namespace

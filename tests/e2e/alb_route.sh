@@ -5,15 +5,9 @@
 # lists the generated reflections with "-" for the values they lack. Outputs
 # are named after the data file.
 # Usage: alb_route.sh <path-to-halvorin> <source-dir>
-set -uo pipefail
-PROG=$1
-SRC=$2
-source "$SRC/tests/e2e/analysis_common.bash"
-export OMP_WAIT_POLICY=passive
+. "$2/tests/e2e/analysis_common.bash"
 
-new_workdir
 cp "$SRC"/tests/data/readers/{rutile.alb,rutile_p.ffo,zno.mep} "$WORK/" || fail "test data missing"
-cd "$WORK" || fail "no scratch directory"
 
 run_halvorin rutile.alb alb.log
 for echo in "waev length: 0.71073" "intensities: F" "lambda1: 0.01" "SCIO: 1.0" "Space group: P 4/m m m"; do

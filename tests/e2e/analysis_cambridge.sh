@@ -5,11 +5,7 @@
 # density channels keep their signs. Then ZSPA's last resort: E = 1e9 drives
 # ZSPA into 21 failures, and the run must end with a report whose header
 # figures are those of its own list of structure factors and a usable density.
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
-new_workdir
+. "$2/tests/e2e/analysis_common.bash"
 
 dir="$WORK/cambridge"
 copy_example rutile_n "$dir"

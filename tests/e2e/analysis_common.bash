@@ -1,27 +1,22 @@
-# Helpers of the end-to-end analysis tests, sourced by tests/e2e/analysis_*.sh.
-# Every run works on a copy of a bundled example in a scratch directory, so
-# that no run writes into the source tree.
+# Helpers of the end-to-end tests, sourced by tests/e2e/*.sh, whose arguments
+# are the program and the source directory. Every script works in a scratch
+# directory of its own (its physical path, which messages name), removed when
+# it ends, on copies of the bundled examples, so that no run writes into the
+# source tree.
+set -u
+PROG=$(readlink -f "$1")
+SRC=$2
+WORK=$(cd "$(mktemp -d "${TMPDIR:-/tmp}/halvorin_e2e_XXXXXX")" && pwd -P)
+trap 'rm -rf "$WORK"' EXIT
+cd "$WORK" || exit 1
 
 fail() { echo "FAIL: $*" >&2; exit 1; }
-
-# new_workdir: a scratch directory, removed when the script ends.
-new_workdir() {
-    WORK=$(mktemp -d /tmp/halvorin_e2e_XXXXXX)
-    trap 'rm -rf "$WORK"' EXIT
-}
 
 # copy_example NAME [DIR]: the example's condition and data files into DIR (default $WORK).
 copy_example() {
     local dir=${2:-$WORK}
     mkdir -p "$dir"
     cp "$SRC/examples/$1.prf" "$SRC/examples/$1.mem" "$dir/" || fail "example $1 missing"
-}
-
-# start_example NAME: a scratch directory holding a copy of the example, made current.
-start_example() {
-    new_workdir
-    copy_example "$1"
-    cd "$WORK" || fail "no scratch directory"
 }
 
 # fact NAME KEY: a value of a sidecar of known facts, the example's unless FACTS names another directory.

@@ -7,45 +7,35 @@
 # atomic sums in any order), and the stop rules turn last-bit differences into
 # other cycle counts (1081 and 1229 for two identical runs under load), so
 # cycles are compared within 50 % and the figures to about five digits.
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
-new_workdir
+. "$2/tests/e2e/analysis_common.bash"
 
-for example in rutile zno rutile_n; do
-    dir="$WORK/$example"
+# rutile_n runs with two threads and then with one.
+for run in rutile.2 zno.2 rutile_n.2 rutile_n.1; do
+    example=${run%.*} dir="$WORK/$run"
     copy_example $example "$dir"
     set_value "$dir/$example.prf" 7 1
-    (cd "$dir" && OMP_NUM_THREADS=2 run_halvorin $example.prf console.txt) || exit 1
+    (cd "$dir" && OMP_NUM_THREADS=${run#*.} run_halvorin $example.prf console.txt) || exit 1
     out="$dir/$example.out"
-    grep -q "^start lbfgs optimization" "$dir/console.txt" || fail "$example: algorithm 1 did not start"
-    grep -q "The constraints have been satisfied." "$out" || fail "$example: constraints not satisfied"
-    grep -q "^ <dQ/dR> = " "$out" || fail "$example: no <dQ/dR> line"
+    grep -q "^start lbfgs optimization" "$dir/console.txt" || fail "$run: algorithm 1 did not start"
+    grep -q "The constraints have been satisfied." "$out" || fail "$run: constraints not satisfied"
+    grep -q "^ <dQ/dR> = " "$out" || fail "$run: no <dQ/dR> line"
     last=$(grep "dq+ = " "$dir/console.txt" | tail -1)
     awk -v fp="$(fact $example f000_plus)" -v fm="$(fact $example f000_minus)" \
         '{ if (($6 < 0 ? -$6 : $6) + ($12 < 0 ? -$12 : $12) > 1e-5 * (fp - fm)) exit 1 }' <<<"$last" \
-        || fail "$example: totals not met: $last"
+        || fail "$run: totals not met: $last"
     example_density "$dir/$example.pgrid" $example >/dev/null
-    cp "$out" "$WORK/$example.2.out"
-    echo "$example: $(grep -c '^ CYCLE' "$dir/console.txt") cycles, satisfied"
+    echo "$run: $(grep -c '^ CYCLE' "$dir/console.txt") cycles, satisfied"
 done
 
-# The centrosymmetric two-channel example with one thread, against the run above.
-dir="$WORK/one"
-copy_example rutile_n "$dir"
-set_value "$dir/rutile_n.prf" 7 1
-(cd "$dir" && OMP_NUM_THREADS=1 run_halvorin rutile_n.prf console.txt) || exit 1
-cycles() { grep -c '^ CYCLE' "$1"; }
-figure() { report_value "$1" "$2" "$3" "$4"; }
-one=$dir/rutile_n.out two=$WORK/rutile_n.2.out
-awk -v a="$(cycles "$dir/console.txt")" -v b="$(cycles "$WORK/rutile_n/console.txt")" \
+# One thread against two: cycle counts within 50 %; the entropies to 1e-4 of
+# their value, and the final CONSTR, which each run brings within 0.0002 of 1,
+# to twice that (field, occurrence, tolerance, pattern).
+one=$WORK/rutile_n.1 two=$WORK/rutile_n.2
+awk -v a="$(grep -c '^ CYCLE' "$one/console.txt")" -v b="$(grep -c '^ CYCLE' "$two/console.txt")" \
     'BEGIN { exit !(a < 1.5 * b && b < 1.5 * a) }' || fail "cycle counts differ by more than 50 %"
-# field, occurrence, tolerance, pattern: the entropies to 1e-4 of their value,
-# and the final CONSTR, which each run brings within 0.0002 of 1, to twice that.
 while IFS='|' read -r field occurrence tolerance pattern; do
-    a=$(figure "$one" "$pattern" "$field" "$occurrence")
-    b=$(figure "$two" "$pattern" "$field" "$occurrence")
+    a=$(report_value "$one/rutile_n.out" "$pattern" "$field" "$occurrence")
+    b=$(report_value "$two/rutile_n.out" "$pattern" "$field" "$occurrence")
     [ -n "$a" ] && [ -n "$b" ] || fail "no \"$pattern\" figure"
     awk -v a="$a" -v b="$b" -v t="$tolerance" 'BEGIN { d = a - b; if (d < 0) d = -d; exit !(d <= t * (a < 0 ? -a : a)) }' \
         || fail "\"$pattern\" differs between 1 and 2 threads: $a, $b"

@@ -3,11 +3,8 @@
 # file begins near the constraint; a _prior.pgrid file is read as the prior;
 # a grid file of another grid is refused with its messages, and the run goes
 # on from flat densities. The feedback file follows feedbackOutput 0 and 2.
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
-start_example rutile
+. "$2/tests/e2e/analysis_common.bash"
+copy_example rutile
 run_halvorin rutile.prf first.txt
 flat0=$(cycle0_constr first.txt)
 cp rutile.pgrid written.pgrid

@@ -2,11 +2,8 @@
 # The optimiser dispatch: an unknown algorithm code runs no cycles and reports
 # the starting density; code 3 runs ZSPA and then the Cambridge algorithm and
 # keeps the report of the second pass.
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
-start_example rutile
+. "$2/tests/e2e/analysis_common.bash"
+copy_example rutile
 
 set_value rutile.prf 7 7    # algorithm
 set_value rutile.prf 15 50  # cycles

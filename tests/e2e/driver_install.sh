@@ -3,11 +3,8 @@
 # a directory on PATH, a directory given as input, output that goes to a file
 # line by line, a grid too large for any memory, and a grid left to the
 # program (0 0 0) whose density file still holds F(000).
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
-start_example rutile
+. "$2/tests/e2e/analysis_common.bash"
+copy_example rutile
 set_value rutile.prf 15 3
 
 # A link on PATH: the data files lie beside the real executable, not the link.

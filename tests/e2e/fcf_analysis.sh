@@ -7,15 +7,10 @@
 # and cycle-0 CONSTR. The origin-shifted zirconia is "Custom" and its final
 # structure factors are those of the standard setting with the phase shift.
 # A file without F(000) ends with a message that names the item.
-set -u
+. "$2/tests/e2e/analysis_common.bash"
 export LC_ALL=C
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
 DATA=$SRC/tests/data/fcf
-new_workdir
 cp "$DATA"/* "$WORK/"
-cd "$WORK" || fail "no scratch directory"
 FACTS=$WORK
 
 # analyse NAME DATAFILE RESOLUTION: a run of DATAFILE with the shared settings.

@@ -2,14 +2,9 @@
 # halvorin-map on the grids of the bundled examples: the maps read back by an
 # independent reader, the peaks on the atoms, the picture of a section, and
 # one-line errors for files it cannot use.
-set -u
-PROG=$(readlink -f "$1")
-SRC=$2
-. "$SRC/tests/e2e/analysis_common.bash"
+. "$2/tests/e2e/analysis_common.bash"
 MAP=$(dirname "$PROG")/halvorin-map
 check() { /usr/bin/python3 "$SRC/tests/e2e/map_check.py" "$@"; }
-new_workdir
-cd "$WORK" || fail "no scratch directory"
 for e in rutile rutile_n zno; do
     copy_example $e
     run_halvorin $e.prf $e.log

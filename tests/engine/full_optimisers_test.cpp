@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-// The limited-memory minimiser on textbook functions, its parameter checks and its failure exit.
+// The limited-memory minimiser on textbook functions and its failure exit.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -87,32 +87,6 @@ TEST(Minimiser, FindsTheRosenbrockMinimumWithEveryLineSearch) {
     }
 }
 
-// With an L1 term c |x|, the minimum of sum a (x - t)^2 is the soft threshold
-// of t by c / (2 a); the quadratic alone has its minimum at t.
-TEST(Minimiser, QuadraticMinimumWithAndWithoutL1Term) {
-    const std::vector<double> a = {1.0, 2.0, 0.5, 4.0, 1.5, 3.0}, t = {3.0, -2.0, 0.2, 1.0, -0.1, 0.4};
-    for (double c : {0.0, 1.0}) {
-        Problem prob{[&](const std::vector<double>& x, std::vector<double>& g) {
-            double f = 0.0;
-            for (std::size_t i = 0; i < x.size(); ++i) {
-                f += a[i] * (x[i] - t[i]) * (x[i] - t[i]);
-                g[i] = 2.0 * a[i] * (x[i] - t[i]);
-            }
-            return f;
-        }};
-        VectorXDMP x = Split(std::vector<double>(6, 0.0));
-        lbfgs_parameter_t p = Params(c > 0.0 ? 2 : 1);
-        p.orthantwise_c = c;
-        double fx = 0.0;
-        EXPECT_GE(lbfgs(6, x, &fx, Evaluate, nullptr, &prob, &p), 0);
-        const std::vector<double> got = Flatten(x);
-        for (std::size_t i = 0; i < t.size(); ++i) {
-            const double shrink = std::max(std::fabs(t[i]) - c / (2.0 * a[i]), 0.0);
-            EXPECT_NEAR(got[i], std::copysign(shrink, t[i]), 1e-6) << "c = " << c << ", i = " << i;
-        }
-    }
-}
-
 // Beyond x = 1.2 the function is not a number, and the first step of unit
 // length goes there; the minimum at 1 lies close to that edge.
 TEST(Minimiser, StepsBackFromNotANumber) {
@@ -133,29 +107,6 @@ TEST(Minimiser, StepsBackFromNotANumber) {
         lbfgs(3, x, &fx, Evaluate, nullptr, &prob, &p);
         EXPECT_GT(prob.nonFinite, 0) << "line search " << ls;
         for (double v : Flatten(x)) EXPECT_NEAR(v, 1.0, 1e-3) << "line search " << ls;
-    }
-}
-
-// A sample of the checks: plain ones and those that depend on the line search.
-TEST(Minimiser, ParameterErrorsReturnBeforeAnyEvaluation) {
-    struct Case {
-        int n;
-        std::function<void(lbfgs_parameter_t&)> set;
-        int status;
-    } cases[] = {
-        {0, [](lbfgs_parameter_t&) {}, LBFGSERR_INVALID_N},
-        {2, [](lbfgs_parameter_t& p) { p.linesearch = 2, p.wolfe = 1.0; }, LBFGSERR_INVALID_WOLFE},
-        {2, [](lbfgs_parameter_t& p) { p.orthantwise_start = 3; }, LBFGSERR_INVALID_ORTHANTWISE_START},
-        {2, [](lbfgs_parameter_t& p) { p.linesearch = 1, p.orthantwise_c = 1; }, LBFGSERR_INVALID_LINESEARCH},
-    };
-    for (const Case& c : cases) {
-        Problem prob{Rosenbrock};
-        VectorXDMP x = Split({0.0, 0.0});
-        lbfgs_parameter_t p;
-        lbfgs_parameter_init(&p);
-        c.set(p);
-        EXPECT_EQ(lbfgs(c.n, x, nullptr, Evaluate, nullptr, &prob, &p), c.status);
-        EXPECT_EQ(prob.evaluations, 0) << c.status;
     }
 }
 

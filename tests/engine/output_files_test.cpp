@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "mem/outputs/GridFile.h"
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ TEST(GridFile, TriclinicFileHoldsHeaderAndValuesOnly) {
 
 TEST(GridFile, MissingRestartAndPriorFilesMeanFlatStarts) {
     TempDir dir;
-    WriteP1DataSet(dir.file("model.mem"));
+    WriteP1DataSet(dir);
     TestAnalysis restart, prior;
     EXPECT_EQ(PrepareAgain(restart, dir, 1, 0), "Failed to read density data of previous run: " + dir.file("model.pgrid") +
                                                     "\nThe calculation will be started from flat densities.\nPress Enter key to continue.\n");
@@ -109,8 +109,7 @@ TEST(GridFile, PriorComesFromTheUnderscorePriorFile) {
 TEST(Report, WarnsOfAGridThatDoesNotFitTheSymmetry) {
     TempDir dir;
     TestAnalysis d;
-    const int odd[3] = {15, 18, 20};
-    PrepareP1(d, dir, odd);
+    PrepareP1(d, dir, "15 18 20");
     CapturedOutput quiet;
     d.PostCalculation();
     const std::string report = ReadText(d.param.outFile);

@@ -1,19 +1,19 @@
 // The residual histogram and the all-or-nothing replacement of output files.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
 
 #include "mem/outputs/AtomicFile.h"
 #include "mem/outputs/EpsHistogram.h"
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 
@@ -29,13 +29,10 @@ int Total(const std::vector<int>& h) {
     return sum;
 }
 
+// The names in a directory, which must not keep a temporary file.
 std::vector<std::string> FilesIn(const std::string& dir) {
     std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d))
-            if (e->d_name[0] != '.') names.push_back(e->d_name);
-        closedir(d);
-    }
+    for (const auto& entry : std::filesystem::directory_iterator(dir)) names.push_back(entry.path().filename().string());
     return names;
 }
 

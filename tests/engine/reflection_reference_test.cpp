@@ -14,7 +14,7 @@
 #include "base/StructureFactor.h"
 #include "core/Matrix4D.h"
 #include "core/UnitCell.h"
-#include "readmem_support.h"
+#include "analysis_fixture.h"
 
 namespace {
 
@@ -56,20 +56,14 @@ std::vector<ReferenceGroup> loadReference() {
       int centric, nOps;
       line >> groups.back().label >> centric >> nOps >> groups.back().number >> groups.back().setting;
       groups.back().centric = centric != 0;
-    } else if (key == "op" || key == "frac") {
-      // Rotation rows and the translation, or the rows of the fractionalisation matrix.
-      double x[12] = {};
-      for (int k = 0; k < (key == "op" ? 12 : 9); ++k)
-        line >> x[k];
-      Matrix4D* op = key == "op" ? new Matrix4D() : nullptr;
-      for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 4; ++j)
-          if (op)
-            (*op)(i, j) = x[j < 3 ? 3 * i + j : 9 + i];
-          else if (j < 3)
-            g->reciprocal(i, j) = x[3 * i + j];
-      if (op)
-        g->ops.add(op);
+    } else if (key == "op") {  // rotation rows, then the translation
+      Matrix4D* op = new Matrix4D();
+      for (int k = 0; k < 12; ++k)
+        line >> (*op)(k < 9 ? k / 3 : k - 9, k < 9 ? k % 3 : 3);
+      g->ops.add(op);
+    } else if (key == "frac") {  // rows of the fractionalisation matrix
+      for (int k = 0; k < 9; ++k)
+        line >> g->reciprocal(k / 3, k % 3);
     } else if (key == "refl") {
       ReferenceReflection r;
       int absent;
@@ -100,18 +94,17 @@ double phaseDistance(double a, double b) {
 // Absences are counted and kept in both lists; allowed reflections carry the
 // equivalents, phases, signs and stabilisers of cctbx, Friedel mates only
 // without an inversion, and the report's multiplicity counts operators.
-void ExpectExpansionAsCctbx(const ReferenceGroup& reference, const ObjVector<MatrixD>& ops) {
-  SCOPED_TRACE(reference.label);
-  const ReferenceGroup* group = &reference;
+void ExpectExpansionAsCctbx(const ReferenceGroup& group, const ObjVector<MatrixD>& ops) {
+  SCOPED_TRACE(group.label);
   ObjVector<StructureFactor> list, absent;
-  for (const ReferenceReflection& r : group->reflections)
+  for (const ReferenceReflection& r : group.reflections)
     list.add(new StructureFactor(r.h));
-  const int nAbsent = StructureFactor::ExpandReflectionList(list, absent, ops, group->reciprocal, 3, group->centric ? 0 : 1);
+  const int nAbsent = StructureFactor::ExpandReflectionList(list, absent, ops, group.reciprocal, 3, group.centric ? 0 : 1);
   const int nSymOp = ops.size();
   int expectedAbsent = 0, mates = 0;
-  ASSERT_EQ(list.size(), (int)group->reflections.size());
+  ASSERT_EQ(list.size(), (int)group.reflections.size());
   for (int i = 0; i < list.size(); ++i) {
-    const ReferenceReflection& r = group->reflections[i];
+    const ReferenceReflection& r = group.reflections[i];
     const StructureFactor& sf = *list[i];
     SCOPED_TRACE(testing::Message() << r.h[0] << " " << r.h[1] << " " << r.h[2]);
     EXPECT_NEAR(sf.di, r.di, 1e-12 * r.di);
@@ -144,7 +137,7 @@ void ExpectExpansionAsCctbx(const ReferenceGroup& reference, const ObjVector<Mat
   }
   EXPECT_EQ(nAbsent, expectedAbsent);
   EXPECT_EQ(absent.size(), expectedAbsent);
-  EXPECT_EQ(mates == 0, group->centric);
+  EXPECT_EQ(mates == 0, group.centric);
 }
 
 TEST(ExpandAgainstCctbx, WithCctbxOperators) {

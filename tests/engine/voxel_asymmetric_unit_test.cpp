@@ -7,8 +7,7 @@
 
 #include "core/Matrix4D.h"
 #include "mem/GridSymmetry.h"
-#include "mem/ThreadData.h"
-#include "voxel_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 
@@ -20,7 +19,7 @@ struct Orbits {
 // Applies every operator in floating point to the fractional coordinates of
 // every point and collects the distinct images, without integer operators
 // and without the scan's bookkeeping.
-Orbits BruteForceOrbits(const std::vector<std::array<double, 16>>& ops, const int* n) {
+Orbits BruteForceOrbits(const ObjVector<MatrixD>& ops, const int* n) {
     const int cells = n[0] * n[1] * n[2];
     Orbits o;
     o.orbitOf.assign(cells, -1);
@@ -30,10 +29,10 @@ Orbits BruteForceOrbits(const std::vector<std::array<double, 16>>& ops, const in
         const double f[3] = {double(j % n[0]) / n[0], double(j / n[0] % n[1]) / n[1],
                              double(j / (n[0] * n[1])) / n[2]};
         std::set<int> images;
-        for (const auto& m : ops) {
+        for (const MatrixD* m : ops) {
             int g[3];
             for (int r = 0; r < 3; ++r) {
-                const double x = (m[r] * f[0] + m[4 + r] * f[1] + m[8 + r] * f[2] + m[12 + r]) * n[r];
+                const double x = ((*m)(r, 0) * f[0] + (*m)(r, 1) * f[1] + (*m)(r, 2) * f[2] + (*m)(r, 3)) * n[r];
                 EXPECT_NEAR(x, std::round(x), 1e-9) << "grid does not fit the group";
                 g[r] = ((static_cast<int>(std::round(x)) % n[r]) + n[r]) % n[r];
             }
@@ -46,13 +45,6 @@ Orbits BruteForceOrbits(const std::vector<std::array<double, 16>>& ops, const in
     return o;
 }
 
-std::vector<int> GridOperators(const std::vector<std::array<double, 16>>& ops, const int* grid) {
-    ObjVector<MatrixD> list;
-    for (const auto& m : ops)
-        list.add(new Matrix4D(m.data()));
-    return MakeGridOperators(list, grid);
-}
-
 TEST(AsymmetricUnit, RepresentativesAreTheOrbits) {
     const struct {
         const char* symbol;
@@ -63,7 +55,7 @@ TEST(AsymmetricUnit, RepresentativesAreTheOrbits) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.symbol);
         const auto ops = ExpandOperators(GroupBySymbol(c.symbol));
-        const AsymmetricUnit asu = FindAsymmetricUnit(c.grid.data(), GridOperators(ops, c.grid.data()));
+        const AsymmetricUnit asu = FindAsymmetricUnit(c.grid.data(), MakeGridOperators(ops, c.grid.data()));
         const Orbits truth = BruteForceOrbits(ops, c.grid.data());
 
         ASSERT_EQ(asu.size(), static_cast<int>(truth.size.size()));
@@ -83,18 +75,18 @@ TEST(AsymmetricUnit, RepresentativesAreTheOrbits) {
 TEST(OperatorOrder, LatticeBlocksAndInversionPairsAreRecognised) {
     const int grid[3] = {12, 12, 12};
     auto ops = ExpandOperators(GroupBySymbol("F m -3 m"));
-    const std::vector<int> f = GridOperators(ops, grid);
+    const std::vector<int> f = MakeGridOperators(ops, grid);
     const int nF = static_cast<int>(f.size() / 16);
     EXPECT_EQ(LatticeShifts(f.data(), nF, 4, grid), (std::vector<int>{0, 0, 0, 0, 6, 6, 6, 0, 6, 6, 6, 0}));
     EXPECT_TRUE(InversionPairs(f.data(), nF / 4, grid));
 
-    std::reverse(ops.begin() + 1, ops.end());
-    const std::vector<int> shuffled = GridOperators(ops, grid);
+    std::reverse(ops.v.begin() + 1, ops.v.end());
+    const std::vector<int> shuffled = MakeGridOperators(ops, grid);
     EXPECT_EQ(LatticeShifts(shuffled.data(), nF, 4, grid), (std::vector<int>{0, 0, 0}));
     EXPECT_FALSE(InversionPairs(shuffled.data(), nF, grid));
 
-    EXPECT_FALSE(InversionPairs(GridOperators(ExpandOperators(GroupBySymbol("P 21 21 21")), grid).data(), 4, grid));
-    EXPECT_TRUE(InversionPairs(GridOperators(ExpandOperators(GroupBySymbol("P 21/c")), grid).data(), 4, grid));
+    EXPECT_FALSE(InversionPairs(MakeGridOperators(ExpandOperators(GroupBySymbol("P 21 21 21")), grid).data(), 4, grid));
+    EXPECT_TRUE(InversionPairs(MakeGridOperators(ExpandOperators(GroupBySymbol("P 21/c")), grid).data(), 4, grid));
 }
 
 TEST(ThreadBlocks, MoreThreadsThanVoxelsLeaveEmptyBlocks) {

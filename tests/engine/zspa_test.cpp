@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "zspa_fixture.h"
+#include "analysis_fixture.h"
 
 namespace {
 

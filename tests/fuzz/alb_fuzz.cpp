@@ -1,5 +1,5 @@
 // Fuzz target: Alb control files, each naming the same small reflection list.
-#include "data_set.h"
+#include "fuzz_support.h"
 
 namespace {
 

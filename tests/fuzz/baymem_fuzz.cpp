@@ -1,5 +1,5 @@
 // Fuzz target: BayMEM keyword files, from the reader to a short analysis.
-#include "data_set.h"
+#include "fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzDataSet(data, size, 7, ".BayMEM");

@@ -1,5 +1,5 @@
 // Fuzz target: .ffo reflection lists, read through a fixed Alb control file.
-#include "data_set.h"
+#include "fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string list = WriteInput(data, size, ".ffo");

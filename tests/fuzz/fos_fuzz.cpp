@@ -1,5 +1,5 @@
 // Fuzz target: FOS data sets (counts and the scale line), from the reader to a short analysis.
-#include "data_set.h"
+#include "fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzDataSet(data, size, 5, ".fos");

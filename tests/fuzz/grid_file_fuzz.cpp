@@ -1,5 +1,5 @@
 // Fuzz target: density files read for a restart and as a prior by a small analysis.
-#include "data_set.h"
+#include "fuzz_support.h"
 
 namespace {
 

@@ -1,5 +1,4 @@
 // Fuzz target: the parser of operator text such as "-x+1/2, y, z+1/4".
-#include <cstring>
 #include <vector>
 
 #include "core/Matrix4D.h"

@@ -1,17 +1,12 @@
 // Small analyses built in memory for the engine tests.
-#include "voxel_fixture.h"
-
-#include <gtest/gtest.h>
+#include "analysis_fixture.h"
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <stdexcept>
 
-#include "common/CapturedOutput.h"
-#include "common/SpaceGroupTable.h"
 #include "core/Matrix4D.h"
-#include "mem/ThreadData.h"
 
 namespace {
 
@@ -64,17 +59,10 @@ const TestGroup& GroupBySymbol(const std::string& symbol) {
     throw std::invalid_argument("no test group " + symbol);
 }
 
-std::vector<std::array<double, 16>> ExpandOperators(const TestGroup& group) {
+ObjVector<MatrixD> ExpandOperators(const TestGroup& group) {
     UnitCell uc;
     ChooseGroup(uc, group, {7.0f, 7.0f, 7.0f, 90.0f, 90.0f, 90.0f});
-    std::vector<std::array<double, 16>> ops;
-    for (const MatrixD* op : uc.symOp) {
-        std::array<double, 16> m;
-        for (int k = 0; k < 16; ++k)
-            m[k] = (*op)(k % 4, k / 4);
-        ops.push_back(m);
-    }
-    return ops;
+    return uc.symOp;  // the list shares the operators, which outlive the cell
 }
 
 std::unique_ptr<MEMData3D> MakeAnalysis(const AnalysisSpec& spec) {
@@ -149,14 +137,11 @@ std::unique_ptr<MEMData3D> MakeTransformAnalysis(AnalysisSpec spec) {
     }
 }
 
-double& VoxelDensity(MEMData3D& mem, int g, ThreadData** block, int* local) {
+ThreadData* VoxelBlock(MEMData3D& mem, int g, int* local) {
     for (ThreadData* b : mem.threads)
         if (g >= b->offset && g < b->offset + b->nVoxel) {
-            if (block)
-                *block = b;
-            if (local)
-                *local = g - b->offset;
-            return b->rho12[g - b->offset];
+            *local = g - b->offset;
+            return b;
         }
     throw std::out_of_range("voxel number");
 }
