@@ -29,6 +29,7 @@
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
+#include "mem/VectorMath.h"
 
 namespace {
 
@@ -188,7 +189,7 @@ public:
         const int n = static_cast<int>(in_.size());
         double* out = out_.data();
         const double* in = in_.data();
-        // Vectorised as the engine's own exp passes are.
+        // Vectorised as the engine's own exp passes are (the same vector exp).
 #pragma omp parallel for simd num_threads(nThreads_) schedule(static)
         for (int i = 0; i < n; ++i) out[i] = std::exp(in[i]);
         return omp_get_wtime() - start;
