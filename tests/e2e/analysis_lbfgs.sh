@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Algorithm 1 (L-BFGS) on every bundled example, the two-channel one with its
+# Algorithm 1 (L-BFGS) on the X-ray and neutron examples, the two-channel one with its
 # overlap groups included: the constraint and the totals are met, the report
 # carries the gradient line, and the density keeps its signs and totals.
 # Then one and two threads: the figures agree to the stated tolerance. Even
