@@ -111,10 +111,6 @@ inline void NewtonStep(int n, double t, const double* __restrict o, const double
     ss = sc;
 }
 
-// The density of one side from the minimiser's x (negated on the negative
-// side), its entropy sum (subtracted on the negative side), total and gradient.
-// With FormSum the density also goes to sum, which is rho12 when there is
-// no negative side to add.
 // Multiplicity-weighted sum of r.
 double WeightedSum(int n, const double* __restrict r, const int* __restrict m) {
     double s = 0.0;
@@ -123,7 +119,10 @@ double WeightedSum(int n, const double* __restrict r, const int* __restrict m) {
     return s;
 }
 
-// Returns the side's total.
+// The density of one side from the minimiser's x (negated on the negative
+// side), its entropy sum (subtracted on the negative side) and gradient; returns
+// its total. With FormSum the density also goes to sum, which is rho12 when
+// there is no negative side to add.
 template <bool Negative, bool FormSum, class Prior>
 double BfgsSide(int n, const double* __restrict x, Prior p, const int* __restrict m,
                 double* __restrict r, double* __restrict sum, double* __restrict grad, double& S) {
@@ -285,7 +284,6 @@ void ThreadData::CalcLnRho() {
         WithPrior(prior1, flatPrior1, [&](auto p) {
             for (int v = 0; v < nVoxel; ++v)
                 out[v] -= std::log(r[v] / p[v]);
-            return 0;
         });
     }
     if (HasMinus()) {
@@ -293,7 +291,6 @@ void ThreadData::CalcLnRho() {
         WithPrior(prior2, flatPrior2, [&](auto p) {
             for (int v = 0; v < nVoxel; ++v)
                 out[v] = std::log(r[v] / p[v]);
-            return 0;
         });
     }
 }
