@@ -64,6 +64,8 @@ public:
   void ZSPA(int maxCycles);
   void Cambridge();
   void L_BFGS();
+  // Algorithm 4: the exact density by Newton-CG on the Lagrange dual.
+  void DualNewton();
   void Polish();
   // ZSPA's exponential step of every block from the accepted density for the
   // multiplier lambda; Zp and Zm are set to the new totals of the two sides.
@@ -119,6 +121,7 @@ public:
   int nVoxelCell = 0;
   ObjVector<StructureFactor> reflections;
   ProgressFunction progressFn = nullptr;
+  std::string handOverNote;             // why algorithm 4 handed the run to L-BFGS; empty if not
   void* progressArg = nullptr;
   char title[80] = {};                 // NUL-padded: all 80 bytes go into the grid file
 

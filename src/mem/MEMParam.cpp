@@ -21,7 +21,8 @@ const char* const _option_text[16] = {
     "# Optimization algorithm.\n"
     "# 0. 0th order single-pixel approximation (ZSPA).\n"
     "# 1. The Limited-memory BFGS algorithm (L-BFGS).\n"
-    "# 2. The Cambridge algorithm (Obsolete).",
+    "# 2. The Cambridge algorithm (Obsolete).\n"
+    "# 4. The exact solution by Newton's method on the dual (default).",
     "# Will you use the G-constraint?.\n"
     "# (This option is a dummy to keep backward compatibility with TALMO.)",
     "# Which initial Lagrangian multiplier will you use (LM_type)?",
@@ -102,7 +103,7 @@ MEMParam::MEMParam()
       estimateUnobserved(0),
       startType(0),
       priorType(0),
-      algorithm(0),
+      algorithm(4),
       LM_type(1),
       lambda(0.001),
       weightPowerD(0.0),

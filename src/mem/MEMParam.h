@@ -27,7 +27,7 @@ public:
     int estimateUnobserved;  // non-zero: generate and estimate unobserved reflections
     int startType;           // 0: uniform start; 1: restart from the grid file
     int priorType;           // 0: uniform prior; 1: prior from <base>_prior.pgrid
-    int algorithm;           // 0: ZSPA; 1: L-BFGS; 2: Cambridge; 3: ZSPA then Cambridge
+    int algorithm;           // 0: ZSPA; 1: L-BFGS; 2: Cambridge; 3: ZSPA then Cambridge; 4: dual Newton
     int LM_type;             // stated source of the initial multiplier (kept, not used)
     double lambda;           // Lagrangian multiplier; the optimisers change it in place
     double weightPowerD;     // exponent x of the weighting by lattice-plane spacing

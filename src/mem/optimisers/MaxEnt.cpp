@@ -1,7 +1,9 @@
+#include "app/IO.h"
 #include "mem/MEMData.h"
+#include "mem/optimisers/DualNewton.h"
 
 namespace {
-enum AlgorithmCode { kZSPA = 0, kLBFGS = 1, kCambridge = 2, kZSPAThenCambridge = 3 };
+enum AlgorithmCode { kZSPA = 0, kLBFGS = 1, kCambridge = 2, kZSPAThenCambridge = 3, kDualNewton = 4 };
 }  // namespace
 
 void MEMData::MaxEnt() {
@@ -15,6 +17,18 @@ void MEMData::MaxEnt() {
         ZSPA(param.maxCycles);
         PostCalculation();
         Cambridge();
+        break;
+    case kDualNewton:
+        // Data outside the dual go to L-BFGS, which takes every constraint;
+        // from here on the run is an L-BFGS run in every output.
+        if (const char* why = DualNewtonUnfit(*this)) {
+            handOverNote = std::string("Algorithm 4 handed over to L-BFGS: ") + why + ".";
+            IO::Printf("%s\n", handOverNote.c_str());
+            param.algorithm = kLBFGS;
+            L_BFGS();
+        } else {
+            DualNewton();
+        }
         break;
     default: break;  // an unknown code reports the starting density
     }

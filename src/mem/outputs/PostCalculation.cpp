@@ -33,8 +33,8 @@ void MEMData::PostCalculation() {
     // The report written below shows the time up to here.
     if (progressFn) progressFn(progressArg, timeMEM);
 
-    // ZSPA alone leaves the entropies to the end; the other optimisers keep them current.
-    if (param.algorithm == 0) {
+    // ZSPA and the dual solver leave the entropies to the end; the others keep them current.
+    if (param.algorithm == 0 || param.algorithm == 4) {
         double e1 = 0.0, e2 = 0.0;
 #pragma omp parallel num_threads(nThreads) reduction(+ : e1, e2)
         for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {

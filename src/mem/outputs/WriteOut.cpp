@@ -83,13 +83,15 @@ void WriteSettings(FILE* f, const MEMData3D& d) {
         case 0: fprintf(f, "  The 0th order single-pixel approximation (ZSPA) algorithm\n"); break;
         case 1: fprintf(f, "  The Limited-memory BFGS algorithm\n"); break;
         case 2: fprintf(f, "  The Cambridge algorithm\n"); break;
+        case 4: fprintf(f, "  The exact solution by Newton's method on the dual (algorithm 4)\n"); break;
         default: fprintf(f, "  Testing algorithm\n"); break;
     }
     if (p.startType != 0)
         fprintf(f, "  Calculation was restarted from densities recorded in a file.\n");
     else
         fprintf(f, "  Calculation was started from uniform densities.\n");
-    if (p.algorithm == 1) {
+    if (!d.handOverNote.empty()) fprintf(f, "  %s\n", d.handOverNote.c_str());
+    if (p.algorithm == 1 || p.algorithm == 4) {
         if (p.priorType != 0)
             fprintf(f, "  Prior density distribution is from file.\n");
         else

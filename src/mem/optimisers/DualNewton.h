@@ -1,0 +1,11 @@
+// Algorithm 4: the exact maximum-entropy density by a Newton-CG solver of the Lagrange dual.
+#pragma once
+
+class MEMData;
+
+// Why the dual solver cannot take this analysis, or null when it can. The
+// dual has one unknown per reflection component of an order-2 constraint
+// on individual reflections: overlap groups (a constraint on a magnitude),
+// generalised constraints of higher order and generated unobserved
+// reflections lie outside it.
+const char* DualNewtonUnfit(const MEMData& d);
