@@ -12,7 +12,7 @@ SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 FUZZ_PACKAGES := clang libclang-rt-14-dev libomp-14-dev
 FUZZ_SECONDS ?= 600
 
-.PHONY: all deps configure build run test asan bench fuzz tables examples clean
+.PHONY: all deps configure build run test asan bench bench-algorithms fuzz tables examples clean
 
 all: build
 
@@ -47,6 +47,11 @@ asan: deps
 bench: build
 	cmake --build $(BUILD) -j $(JOBS) --target cycle_bench
 	sh bench/run_bench.sh $(BUILD)
+
+# Whole analyses of every algorithm on the examples and the 192^3 set: takes tens of minutes.
+bench-algorithms: build
+	cmake --build $(BUILD) -j $(JOBS) --target cycle_bench
+	sh bench/run_algorithms.sh $(BUILD)
 
 # Each fuzz target for FUZZ_SECONDS (clang's libFuzzer with AddressSanitizer and
 # UndefinedBehaviorSanitizer), one thread per run. New inputs gather in

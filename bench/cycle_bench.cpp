@@ -3,6 +3,7 @@
 // asymmetric unit), measured in the same process with the same team of threads.
 //
 // Usage: cycle_bench SET [repetitions] [data directory]
+//        cycle_bench SET write DIRECTORY   (writes DIRECTORY/SET.mem and ends)
 //   SET is p21c (P 2_1/c, 192^3), p1 (P 1, 160^3), cubic (P m -3 m, 192^3) or
 //   direct (P m -3 m, 48^3, direct sums). The team size is the OpenMP default,
 //   so the caller chooses it with OMP_NUM_THREADS.
@@ -246,6 +247,8 @@ int main(int argc, char** argv) {
     for (const DataSet& s : kSets)
         if (std::strcmp(s.name, argv[1]) == 0) set = &s;
     if (!set) return 2;
+    // "cycle_bench SET write DIR" only writes the data set, for whole runs of the program.
+    if (argc > 3 && std::strcmp(argv[2], "write") == 0) return WriteDataSet(*set, argv[3]).empty() ? 1 : 0;
     const int repeats = argc > 2 ? std::max(1, std::atoi(argv[2])) : 8;
     IO::Init(argv[0]);
     progvar = (argc > 3 ? std::string(argv[3]) : progvar + "..") + "/";

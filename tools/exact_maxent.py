@@ -15,7 +15,12 @@ grid, built from the space group's operators (gemmi) with the program's sign
 convention: a plus sign in the exponent and no normalisation.
 
 Only data sets of individual reflections (no overlap groups, no generated
-unobserved reflections, one density channel) are handled.
+unobserved reflections) are handled. A data set given as FILE.mem:minus has a
+negative channel too, with the total F- of its F(000) line; one given as
+FILE.mem:prior=GRID.pgrid has that grid file of the program as its prior.
+Both channels then enter as in the program: rho+ ~ p+ exp(psi . theta) and
+|rho-| ~ |p-| exp(-psi . theta), and the entropy per electron is
+(S+ + S-) / (F+ + |F-|).
 
 Usage: /usr/bin/python3 tools/exact_maxent.py FILE.mem [C ...]
        /usr/bin/python3 tools/exact_maxent.py --write-p212121 FILE.mem
@@ -34,8 +39,9 @@ import gemmi
 import numpy as np
 
 
-def read_mem(path):
+def read_mem(spec):
     """The positional data set: cell, group, grid, F(000) and the F reflections."""
+    path, *options = spec.split(":")
     with open(path) as f:
         lines = [l.strip() for l in f if l.strip() and not l.lstrip().startswith("#")]
     sg, setting, nx, ny, nz = (int(v) for v in lines[3].split()[:5])
@@ -45,7 +51,11 @@ def read_mem(path):
     groups = int(lines[6 + n])
     if groups != 0:
         raise SystemExit("%s: overlap groups are not handled" % path)
-    return {"sg": sg, "grid": (nx, ny, nz), "f000": f000,
+    fminus = float(lines[4].split()[1]) if "minus" in options else 0.0
+    prior = [o[len("prior="):] for o in options if o.startswith("prior=")]
+    cell = [float(v) for v in lines[1].split()[:6]]
+    return {"sg": sg, "grid": (nx, ny, nz), "f000": f000, "fminus": fminus, "cell": cell,
+            "prior": prior[0] if prior else None,
             "hkl": refl[:, :3].astype(int), "fobs": refl[:, 3] + 1j * refl[:, 4],
             "weight": 1.0 / refl[:, 5] ** 2}
 
@@ -66,6 +76,31 @@ def orbits(sg_number, grid):
         rep = np.minimum(rep, np.ravel_multi_index(yi, grid))
     labels, inverse, counts = np.unique(rep, return_inverse=True, return_counts=True)
     return inverse, counts.astype(float)
+
+
+def read_prior(data, inverse, counts):
+    """The positive prior per orbit from a grid file of the program: its values
+    per cubic angstrom times the voxel volume, as the program reads them."""
+    raw = open(data["prior"], "rb").read()
+    version = np.frombuffer(raw, "<i4", 4, 0)
+    at = 16 + int(version[3]) + 80
+    constant, grid_type, n_channel, dim, nx, ny, nz, n_asym = np.frombuffer(raw, "<i4", 8, at)
+    at += 32 + 24
+    if grid_type == 1:
+        n_ops = int(np.frombuffer(raw, "<i4", 1, at)[0])
+        at += 4 * (3 + 12 * n_ops + 3)
+    width = (1 if grid_type == 1 else 0) + n_channel
+    values = np.frombuffer(raw, "<f4", n_asym * width, at).reshape(n_asym, width)
+    idx = values[:, 0].view("<i4").astype(np.int64)
+    x = idx % (nx + 1)
+    y = idx // (nx + 1) % (ny + 1)
+    z = idx // ((nx + 1) * (ny + 1))
+    labels = inverse[(x * ny + y) * nz + z]
+    volume = gemmi.UnitCell(*data["cell"]).volume / float(nx * ny * nz)
+    prior = np.zeros(len(counts))
+    prior[labels] = values[:, 1].astype(np.float64) * volume
+    assert np.all(prior > 0.0), "the prior must cover every orbit"
+    return prior
 
 
 def features(data, inverse, counts):
@@ -90,41 +125,66 @@ class Problem:
         self.psi = features(data, inverse, self.m)
         self.ncell = float(np.prod(data["grid"]))
         self.f000 = data["f000"]          # the target; the prior and the per-electron figures keep it
-        self.prior = data["f000"] / self.ncell
+        self.fm = data["fminus"]
+        self.prior = (read_prior(data, inverse, self.m) if data["prior"]
+                      else np.full(len(self.m), data["f000"] / self.ncell))
+        self.pm = self.fm / self.ncell
         self.fobs = np.column_stack([data["fobs"].real, data["fobs"].imag]).ravel()
         self.w2 = np.repeat(data["weight"], 2)
         self.N = float(len(data["hkl"]))
         self.theta = np.zeros(self.psi.shape[1])
 
-    def density(self, theta):
+    def sides(self, theta):
+        """rho+ and rho- (negative, or zero without a negative channel)."""
         a = self.psi @ theta
-        a -= a.max()
-        e = np.exp(a)
-        return self.d["f000"] * e / np.dot(self.m, e)
+        e = self.prior * np.exp(a - a.max())
+        plus = self.d["f000"] * e / np.dot(self.m, e)
+        if self.fm == 0.0:
+            return plus, np.zeros_like(plus)
+        e = np.exp(a.min() - a)
+        return plus, self.fm * e / np.dot(self.m, e)
+
+    def density(self, theta):
+        plus, minus = self.sides(theta)
+        return plus + minus
+
+    def start(self):
+        return self.prior + self.pm
 
     def constr(self, rho):
         f = self.psi.T @ (self.m * rho)
         return float(np.sum(self.w2 * (self.fobs - f) ** 2) / self.N)
 
-    def entropy_per_electron(self, rho):
-        return float(-np.sum(self.m * rho * np.log(rho / self.prior)) / self.f000)
+    def entropy_per_electron(self, theta):
+        plus, minus = self.sides(theta)
+        s = -np.sum(self.m * plus * np.log(plus / self.prior))
+        if self.fm != 0.0:
+            s -= np.sum(self.m * -minus * np.log(minus / self.pm))
+        return float(s / (self.f000 + abs(self.fm)))
 
     def dual(self, theta, lam):
         a = self.psi @ theta
         top = a.max()
-        lnZ = top + np.log(np.dot(self.m, self.prior * np.exp(a - top)))
-        return (-self.d["f000"] * lnZ + theta @ self.fobs
-                - np.sum(self.N * theta ** 2 / (4.0 * lam * self.w2)))
+        value = -self.d["f000"] * (top + np.log(np.dot(self.m, self.prior / self.f000 * np.exp(a - top))))
+        if self.fm != 0.0:
+            low = a.min()
+            value -= abs(self.fm) * (-low + np.log(np.dot(self.m, np.exp(low - a) / self.ncell)))
+        return value + theta @ self.fobs - np.sum(self.N * theta ** 2 / (4.0 * lam * self.w2))
 
     def solve(self, lam):
-        """Newton's method on the dual for one multiplier; returns the density."""
+        """Newton's method on the dual for one multiplier; returns theta."""
         theta = self.theta.copy()
         for _ in range(200):
-            rho = self.density(theta)
-            q = self.m * rho
-            f = self.psi.T @ q
+            plus, minus = self.sides(theta)
+            f = self.psi.T @ (self.m * (plus + minus))
             grad = self.fobs - f - self.N * theta / (2.0 * lam * self.w2)
-            H = (self.psi.T * q) @ self.psi - np.outer(f, f) / self.d["f000"]
+            H = np.zeros((len(theta), len(theta)))
+            for side, total in ((plus, self.d["f000"]), (-minus, abs(self.fm))):
+                if total == 0.0:
+                    continue
+                q = self.m * side
+                g = self.psi.T @ q
+                H += (self.psi.T * q) @ self.psi - np.outer(g, g) / total
             H[np.diag_indices_from(H)] += self.N / (2.0 * lam * self.w2)
             step = np.linalg.solve(H, grad)
             d0, t = self.dual(theta, lam), 1.0
@@ -134,14 +194,14 @@ class Problem:
             if np.sqrt(grad @ step) < 1e-9 * self.d["f000"]:
                 break
         self.theta = theta
-        return self.density(theta)
+        return theta
 
     def at_constr(self, target):
         """The exact density with CONSTR = target: C falls as lambda grows, so
         lambda is bracketed by factors of 4 and then found by the Illinois
         variant of regula falsi on ln C against ln lambda."""
         def g(ln_lam):
-            return np.log(self.constr(self.solve(np.exp(ln_lam)))) - np.log(target)
+            return np.log(self.constr(self.density(self.solve(np.exp(ln_lam))))) - np.log(target)
         lo, hi = 0.0, np.log(4.0)
         g_lo, g_hi = g(lo), g(hi)
         while g_lo < 0.0:
@@ -213,7 +273,7 @@ def main(argv):
                "# CONSTR = 1, its derivative by CONSTR and by total / F(000) (tools/exact_maxent.py)"]
         for path in argv[2:]:
             p = Problem(read_mem(path))
-            c_uniform = p.constr(np.full(len(p.m), p.prior))
+            c_uniform = p.constr(p.start())
             s1 = p.entropy_per_electron(p.at_constr(1.0))
             s_c = p.entropy_per_electron(p.at_constr(1.001))
             p.d["f000"] = p.f000 * 1.0001
@@ -225,10 +285,10 @@ def main(argv):
             f.write("\n".join(out) + "\n")
         return
     p = Problem(read_mem(argv[0]))
-    print("CONSTR of the uniform density: %.6f" % p.constr(np.full(len(p.m), p.prior)))
+    print("CONSTR of the uniform density: %.6f" % p.constr(p.start()))
     for c in [float(v) for v in argv[1:]] or [1.0]:
-        rho = p.at_constr(c)
-        print("CONSTR %.6f  entropy per electron %.8f" % (p.constr(rho), p.entropy_per_electron(rho)))
+        theta = p.at_constr(c)
+        print("CONSTR %.6f  entropy per electron %.8f" % (p.constr(p.density(theta)), p.entropy_per_electron(theta)))
 
 
 if __name__ == "__main__":

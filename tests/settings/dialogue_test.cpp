@@ -37,14 +37,15 @@ TEST(Dialogue, InvalidEmptyAndMissingAnswersKeepTheDefaults) {
     converse(p, "/d/x.fos", "\nabc\n\n\n\n\n\n\nnone\n\n\n", ok);
     EXPECT_TRUE(ok);
     EXPECT_EQ(p.fileType, 5);
-    EXPECT_EQ(p.startType + p.algorithm, 0);
+    EXPECT_EQ(p.startType, 0);
+    EXPECT_EQ(p.algorithm, 4);  // the exact solution is the default
     EXPECT_EQ(p.LM_type, 1);
     EXPECT_DOUBLE_EQ(p.lambdaFraction[0], 1.0);
     EXPECT_EQ(p.maxCycles, 1000);
     const std::string out = converse(q, "/d/x.fcf", "2\n", ok);
     EXPECT_TRUE(ok);
     EXPECT_EQ(q.startType, 2);
-    EXPECT_EQ(q.algorithm, 0);
+    EXPECT_EQ(q.algorithm, 4);
     EXPECT_EQ(q.maxCycles, 1000);
     EXPECT_EQ(count(out, "# Maximum number of cycles.\n"), 1u);
 }

@@ -60,13 +60,18 @@
 
 namespace {
 
-constexpr double kConstrDone = 1e-4;     // |C - 1| at the end
-constexpr double kFinalGradient = 1e-8;  // relative dual gradient at the end
-constexpr double kNearGradient = 1e-5;   // ... at the target 1 while C is still far from it
+constexpr double kConstrDone = 1e-4;     // |C - 1| of a satisfied run
+// The end: |C - 1| and the relative dual gradient ||g|| / ||Fobs|| this small
+// leave one optimum, whatever the thread count did to the last bits on the way.
+constexpr double kConstrEnd = 2e-9;
+constexpr double kFinalGradient = 1e-9;
 constexpr double kStageGradient = 1e-3;  // ... of an intermediate stage
 constexpr double kStageFactor = 4.0;     // the target C falls by this per stage
-constexpr double kMaxLogStep = 4.1588830833596715;  // ln 64: lambda moves at most so far per stage
+constexpr double kMaxLogStep = 2.772588722239781;  // ln 16: lambda moves at most so far per stage
+constexpr double kSlope = -1.25;         // d ln C / d ln lambda until two stages measure it
 constexpr double kArmijo = 1e-4;
+constexpr double kRounding = 1e-13;      // relative rounding of f that the line search forgives
+constexpr int kMaxProducts = 150;        // Hessian products of one Newton step
 constexpr double kSmallestStep = 1e-12;
 constexpr int kCheckpointEvery = 500;
 constexpr int kSums = 5;  // partial sums per block
@@ -108,15 +113,15 @@ private:
     // f, its gradient, C and the density at theta.
     void Evaluate();
     void SetGradient();
-    double Objective(double lnZp, double lnZm, double t) const;
+    double Objective(double lnZp, double lnZm, double t, double* scale = nullptr) const;
     void SetLambda(double value);
     double LinearModelC(double L) const;
     double LinearModelLambda(double target) const;
-    double LinearModelSlope(double L) const;
     bool StartFromDensity();
+    void RefuseUnusablePrior();
     int NewtonDirection(double eta);
     double LineSearch();
-    bool NewtonStep();
+    bool NewtonStep(double tolerance);
     bool CyclesLeft(int needed) const { return d.cycle + needed <= d.param.maxCycles; }
     void Checkpoint();
     double Dot(const std::vector<double>& x, const std::vector<double>& y) const;
@@ -128,6 +133,7 @@ private:
     const bool plus, minus, centric;
     double lambda = 1.0;
     double lnZp = 0.0, lnZm = 0.0, f = 0.0, gamma = 0.0, fobsNorm = 1.0;
+    double fScale = 0.0;  // the size of f's terms, against which its rounding is judged
     int steps = 0;
     int nextCheckpoint = kCheckpointEvery;
     std::vector<double> fobs, r0, u, mask, flatDiag, diag, theta, Fc, grad;
@@ -327,13 +333,17 @@ void DualSolver::Backward(const double* s) {
     d.DFT_Derivatives();
 }
 
-double DualSolver::Objective(double zp, double zm, double t) const {
+double DualSolver::Objective(double zp, double zm, double t, double* scale) const {
     double s = (plus ? Fp * zp : 0.0) + (minus ? -Fm * zm : 0.0);
+    double size = std::fabs(s);
     for (std::size_t i = 0; i < theta.size(); ++i) {
         if (mask[i] == 0.0) continue;
         const double x = theta[i] + t * dir[i];
-        s += -x * fobs[i] + N * x * x / (4.0 * lambda * u[i]);
+        const double linear = x * fobs[i], quadratic = N * x * x / (4.0 * lambda * u[i]);
+        s += quadratic - linear;
+        size += std::fabs(linear) + quadratic;
     }
+    if (scale) *scale = size;
     return s;
 }
 
@@ -341,7 +351,7 @@ void DualSolver::SetGradient() {
     for (std::size_t i = 0; i < grad.size(); ++i)
         grad[i] = mask[i] * (Fc[i] - fobs[i] + N * theta[i] / (2.0 * lambda * u[i]));
     gamma = std::sqrt(Dot(grad, grad)) / fobsNorm;
-    f = Objective(lnZp, lnZm, 0.0);
+    f = Objective(lnZp, lnZm, 0.0, &fScale);
 }
 
 void DualSolver::Evaluate() {
@@ -379,13 +389,6 @@ double DualSolver::LinearModelLambda(double target) const {
         (LinearModelC(std::exp(mid)) > target ? lo : hi) = mid;
     }
     return std::exp(0.5 * (lo + hi));
-}
-
-// d ln C / d ln lambda of the model, at least as steep as -0.05.
-double DualSolver::LinearModelSlope(double L) const {
-    const double h = 0.01;
-    const double s = std::log(LinearModelC(L * std::exp(h)) / LinearModelC(L)) / h;
-    return std::isfinite(s) ? std::min(s, -0.05) : -1.0;
 }
 
 // A restart: at the optimum ln(rho / p) = c + A^T theta with
@@ -447,7 +450,7 @@ int DualSolver::NewtonDirection(double eta) {
     double rz = Dot(res, z);
     const double stop = eta * std::sqrt(Dot(grad, grad));
     int products = 0;
-    while (CyclesLeft(2)) {
+    while (CyclesLeft(2) && products < kMaxProducts) {
         Backward(p.data());
         CurvatureField();
         Forward(Hp.data());
@@ -488,14 +491,14 @@ double DualSolver::LineSearch() {
         double zp, zm;
         LogPartition(t, zp, zm);
         const double ft = Objective(zp, zm, t);
-        if (std::isfinite(ft) && ft <= f + kArmijo * t * slope) return t;
+        if (std::isfinite(ft) && ft <= f + kArmijo * t * slope + kRounding * fScale) return t;
     }
     return 0.0;
 }
 
 // One Newton step with its console line; false when it could not move.
-bool DualSolver::NewtonStep() {
-    const double eta = std::min(0.5, std::sqrt(gamma));
+bool DualSolver::NewtonStep(double tolerance) {
+    const double eta = std::min(0.5, std::max(std::sqrt(gamma), 0.3 * tolerance / gamma));
     const int products = NewtonDirection(eta);
     const double t = products > 0 ? LineSearch() : 0.0;
     if (t > 0.0) {
@@ -524,8 +527,31 @@ void DualSolver::Checkpoint() {
     d.PostCalculation();
 }
 
+// ln(rho / p) needs a prior of the channel's sign at every voxel; a file
+// with zeros (or values of the wrong sign) is not used.
+void DualSolver::RefuseUnusablePrior() {
+    ForBlocks(d, [&](int t, ThreadData& block) {
+        double bad = 0.0;
+        for (int v = 0; v < block.nVoxel; ++v) {
+            if (plus && block.prior1 && !(block.prior1[v] / Fp > 0.0 && std::isfinite(block.prior1[v]))) bad = 1.0;
+            if (minus && block.prior2 && !(block.prior2[v] / Fm > 0.0 && std::isfinite(block.prior2[v]))) bad = 1.0;
+        }
+        partial[kSums * t] = bad;
+    });
+    bool bad = false;
+    for (int t = 0; t < d.threads.size(); ++t) bad = bad || partial[kSums * t] != 0.0;
+    if (!bad) return;
+    IO::PrintError("The prior density is not of one sign everywhere. Flat prior will be used.\n");
+    d.param.priorType = 0;
+    ForBlocks(d, [&](int, ThreadData& block) {
+        if (block.prior1) std::fill(block.prior1, block.prior1 + block.nVoxel, block.flatPrior1);
+        if (block.prior2) std::fill(block.prior2, block.prior2 + block.nVoxel, block.flatPrior2);
+    });
+}
+
 void DualSolver::Run() {
     std::printf("start dual Newton optimization\n");
+    RefuseUnusablePrior();
     double target = 1.0;
     if (!(d.param.startType && StartFromDensity())) {
         // The flat start: theta = 0, so a = 0 and the density is the prior.
@@ -544,19 +570,25 @@ void DualSolver::Run() {
     bool havePrevious = false;
     double lnLPrev = 0.0, lnCPrev = 0.0;
     while (CyclesLeft(3)) {
+        // At the target 1, lambda moves as soon as C is known well enough for
+        // the next secant step, and the last solve is the tight one.
         const bool last = target <= 1.0;
-        const bool near = std::fabs(d.constr - 1.0) <= 10.0 * kConstrDone;
-        const double tolerance = !last ? kStageGradient : near ? kFinalGradient : kNearGradient;
+        auto tolerance = [&] {
+            if (!last) return kStageGradient;
+            return std::max(kFinalGradient, std::min(kStageGradient, 0.1 * std::fabs(d.constr - 1.0)));
+        };
         // At least one step after every change of lambda, so that each pass costs cycles.
-        bool moved = NewtonStep();
-        while (moved && gamma > tolerance && CyclesLeft(3)) moved = NewtonStep();
+        bool moved = NewtonStep(tolerance());
+        while (moved && gamma > tolerance() && CyclesLeft(3)) moved = NewtonStep(tolerance());
         const double C = d.constr;
-        if (last && std::fabs(C - 1.0) <= kConstrDone && (gamma <= kFinalGradient || !moved)) break;
+        if (last && std::fabs(C - 1.0) <= kConstrEnd && gamma <= kFinalGradient) break;
+        // The line search finds no decrease: f is as low as its rounding lets it be.
+        if (last && std::fabs(C - 1.0) <= kConstrDone && !moved) break;
         // The next target and its lambda on the log-log line through the last two stages.
         const double nextTarget = std::max(1.0, C / kStageFactor);
         const double lnL = std::log(lambda), lnC = std::log(C);
-        double slope = havePrevious && lnL != lnLPrev ? (lnC - lnCPrev) / (lnL - lnLPrev) : 0.0;
-        if (!(slope < -1e-3) || !std::isfinite(slope)) slope = LinearModelSlope(lambda);
+        double slope = havePrevious && lnL != lnLPrev ? (lnC - lnCPrev) / (lnL - lnLPrev) : kSlope;
+        if (!(slope < -0.05) || !std::isfinite(slope)) slope = kSlope;
         const double step = std::max(-kMaxLogStep, std::min(kMaxLogStep, (std::log(nextTarget) - lnC) / slope));
         if (!std::isfinite(step)) break;
         havePrevious = true;

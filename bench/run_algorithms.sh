@@ -1,0 +1,54 @@
+#!/bin/sh
+# Whole analyses by ZSPA (algorithm 0), L-BFGS (1) and the dual Newton solver
+# (4), each with 1 and 2 threads, on every bundled example and on the generated
+# 192^3 P 2_1/c set, all in one run so that they share the machine's load.
+# Prints cycles (transform pairs), seconds of the analysis, the final CONSTR and
+# the verdict of each report, and the sum of the seconds of every algorithm.
+# Usage: run_algorithms.sh BUILD [cycle limit] [L-BFGS cycle limit on p21c]
+set -e
+build=${1:-build}
+limit=${2:-5000}
+lbfgs_big=${3:-1000}
+src=$(cd "$(dirname "$0")/.." && pwd)
+prog=$(cd "$build" && pwd)/halvorin
+dir=$(mktemp -d /tmp/halvorin_algorithms_XXXXXX)
+cp "$src"/examples/*.mem "$src"/examples/*.prf "$dir"
+"$build/bench/cycle_bench" p21c write "$dir"
+sed 's/rutile/p21c/' "$dir/rutile.prf" > "$dir/p21c.prf"
+cd "$dir"
+
+# Replaces value line N of a condition file (0 = the data file name).
+set_value() {
+  awk -v n="$2" -v v="$3" 'BEGIN { k = -2 }
+    /^[ \t]*#/ || /^[ \t]*$/ { print; next }
+    { k++; if (k == n) print v; else print }' "$1" > "$1.tmp" && mv "$1.tmp" "$1"
+}
+
+csv=results.csv
+echo "set,algorithm,threads,cycles,seconds,constr,verdict" > $csv
+for set in rutile zno rutile_n nacl p21c; do
+  for alg in 0 1 4; do
+    cycles=$limit
+    [ $set = p21c ] && [ $alg = 1 ] && cycles=$lbfgs_big
+    for t in 1 2; do
+      run=${set}_a${alg}_t$t
+      cp $set.prf $run.prf
+      set_value $run.prf 0 $set.mem
+      set_value $run.prf 7 $alg
+      set_value $run.prf 15 $cycles
+      OMP_NUM_THREADS=$t OMP_WAIT_POLICY=passive "$prog" $run.prf < /dev/null > $run.log 2>&1
+      out=$set.out
+      n=$(sed -n 's/^  Number of cycles = //p' $out)
+      s=$(sed -n 's/^ *MEM analysis = *\([0-9.]*\) s$/\1/p' $out | tail -n 1)
+      c=$(sed -n '/End of MEM analysis/,$ s/^  CONSTR = *\([^ ]*\).*/\1/p' $out)
+      grep -q 'have been satisfied' $out && v=satisfied || v="not satisfied"
+      grep -q '^Algorithm 4 handed over' $run.log && v="$v (handed to L-BFGS)"
+      echo "$set,$alg,$t,$n,$s,$c,$v" >> $csv
+      echo "$set,$alg,$t,$n,$s,$c,$v"
+    done
+  done
+done
+echo
+awk -F, 'NR > 1 { sum[$2 "," $3] += $5; if ($1 == "p21c") big[$2 "," $3] = $5 }
+  END { for (k in sum) { split(k, a, ","); printf "algorithm %s, %s thread(s): all sets %.1f s, p21c %.1f s\n", a[1], a[2], sum[k], big[k] } }' $csv | sort
+echo "raw numbers: $dir/$csv"
