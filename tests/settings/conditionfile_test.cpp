@@ -44,7 +44,7 @@ TEST(ConditionFile, WrittenValuesOfDefaults) {
     const std::string text = ReadText(p.condFile);
     EXPECT_EQ(valueLines(text),
               (std::vector<std::string>{"$PREFERENCES", "sio2.mem", "sio2.out", "sio2.pgrid", "sio2.fba",
-                                        "sio2_eps.raw", "0", "0", "0", "1", "1", "0.001 0", "0.05", "1", "1", "0",
+                                        "sio2_eps.raw", "0", "0", "4", "1", "1", "0.001 0", "0.05", "1", "1", "0",
                                         "1000", "1", "1 0 0 0 0 0 0 0", "0"}));
     EXPECT_NE(text.find("\n# Maximum number of cycles.\n1000\n"), std::string::npos);
 }
