@@ -4,11 +4,14 @@
 # 192^3 P 2_1/c set, all in one run so that they share the machine's load.
 # Prints cycles (transform pairs), seconds of the analysis, the final CONSTR and
 # the verdict of each report, and the sum of the seconds of every algorithm.
-# Usage: run_algorithms.sh BUILD [cycle limit] [L-BFGS cycle limit on p21c]
+# Usage: run_algorithms.sh BUILD [cycle limit] [ZSPA limit on p21c] [L-BFGS limit on p21c]
+# SETS and THREADS (environment) choose the data sets and the team sizes; a
+# machine shared with others can take an hour for everything.
 set -e
 build=${1:-build}
 limit=${2:-5000}
-lbfgs_big=${3:-1000}
+zspa_big=${3:-$limit}
+lbfgs_big=${4:-1000}
 src=$(cd "$(dirname "$0")/.." && pwd)
 prog=$(cd "$build" && pwd)/halvorin
 dir=$(mktemp -d /tmp/halvorin_algorithms_XXXXXX)
@@ -26,11 +29,12 @@ set_value() {
 
 csv=results.csv
 echo "set,algorithm,threads,cycles,seconds,constr,verdict" > $csv
-for set in rutile zno rutile_n nacl p21c; do
-  for alg in 0 1 4; do
+for set in ${SETS:-rutile zno rutile_n nacl p21c}; do
+  for alg in 4 0 1; do
     cycles=$limit
+    [ $set = p21c ] && [ $alg = 0 ] && cycles=$zspa_big
     [ $set = p21c ] && [ $alg = 1 ] && cycles=$lbfgs_big
-    for t in 1 2; do
+    for t in ${THREADS:-1 2}; do
       run=${set}_a${alg}_t$t
       cp $set.prf $run.prf
       set_value $run.prf 0 $set.mem

@@ -100,7 +100,7 @@ TEST(DualNewton, RestartsNearTheOptimum) {
         again.MaxEnt();
     }
     EXPECT_LE(std::fabs(again.constr - 1.0), 1e-4);
-    EXPECT_LT(again.cycle, first.cycle / 3) << "first run " << first.cycle << " cycles";
+    EXPECT_LT(again.cycle, first.cycle / 2) << "first run " << first.cycle << " cycles";
     EXPECT_NEAR(again.finalLambda, first.finalLambda, 1e-4 * first.finalLambda);
 }
 

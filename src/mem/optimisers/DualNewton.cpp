@@ -20,12 +20,14 @@
 // the asymmetric unit and one transform pair.
 //
 // Newton-CG. The Newton system is solved by conjugate gradients, truncated
-// at a relative residual eta = min(0.5, sqrt(relative gradient)), which
-// makes the outer convergence superlinear and spends few products far from
-// the optimum. The preconditioner is the diagonal of the Hessian at a flat
-// density: F/(2M) per component of an acentric reflection (F/M for the real
-// part in a centrosymmetric group, whose imaginary parts are not unknowns at
-// all), plus the exact N / (2 lambda u). It balances the reflections whose
+// at a relative residual eta = min(0.5, max(sqrt(gamma), 0.3 tol / gamma)),
+// gamma the relative gradient and tol the one wanted: superlinear outer
+// convergence, few products far from the optimum, and no solve tighter than
+// the step needs; at most 150 products a step. The preconditioner is the
+// diagonal of the Hessian at a flat density: F/(2M) per component of an
+// acentric reflection with M equivalents (F/M for the real part in a
+// centrosymmetric group, whose imaginary parts are not unknowns at all),
+// plus the exact N / (2 lambda u). It balances the reflections whose
 // sigma differ by orders of magnitude, which is what makes plain CG slow.
 // While CG runs, the map A^T d of its iterate d is accumulated from the
 // products' own backward maps, so the line search needs no transform.
@@ -38,9 +40,17 @@
 // Continuation. From the flat start the target C falls by factors of four
 // to 1, and each target's lambda is predicted on a log-log line: the first
 // from the linear response of the flat density, later ones by the secant
-// through the last two solved stages. Intermediate stages stop at a relative
-// gradient of 1e-3; at the target 1 the secant in ln lambda goes on until
-// |C - 1| <= 1e-4 at a relative gradient ||g|| / ||Fobs|| <= 1e-8.
+// through the last two solved stages (slope -1.25 until there are two), and
+// lambda moves by at most a factor 16 a stage. Intermediate stages stop at a
+// relative gradient ||g|| / ||Fobs|| of 1e-3; at the target 1 lambda moves as
+// soon as the gradient is a tenth of |C - 1|, by the same secant.
+//
+// Stop test. A run is satisfied at |C - 1| <= 1e-4; it goes on to
+// |C - 1| <= 2e-9 and ||g|| / ||Fobs|| <= 1e-9, where the optimum is pinned
+// down to the printed digits, so that thread counts (whose reductions and
+// transform plans differ in the last bits) give the same report. It also ends
+// at |C - 1| <= 1e-4 when no step decreases f beyond its rounding, and at the
+// cycle limit, which every Newton step and every lambda update consumes.
 // A restart from a density file fits lambda and theta to ln(rho / p) and
 // starts at the target 1 directly.
 //
@@ -65,7 +75,7 @@ constexpr double kConstrDone = 1e-4;     // |C - 1| of a satisfied run
 // leave one optimum, whatever the thread count did to the last bits on the way.
 constexpr double kConstrEnd = 2e-9;
 constexpr double kFinalGradient = 1e-9;
-constexpr double kStageGradient = 1e-3;  // ... of an intermediate stage
+constexpr double kStageGradient = 1e-3;  // the relative gradient of an intermediate stage
 constexpr double kStageFactor = 4.0;     // the target C falls by this per stage
 constexpr double kMaxLogStep = 2.772588722239781;  // ln 16: lambda moves at most so far per stage
 constexpr double kSlope = -1.25;         // d ln C / d ln lambda until two stages measure it
@@ -209,7 +219,7 @@ void DualSolver::LogPartition(double t, double& outP, double& outM) {
         const Prior pp{block.prior1, block.flatPrior1}, pm{block.prior2, block.flatPrior2};
         double zp = 0.0, zm = 0.0;
         for (int v = 0; v < block.nVoxel; ++v) {
-            const double x = a[v] + t * s[v];
+            const double x = t == 0.0 ? a[v] : a[v] + t * s[v];
             if (plus) zp += m[v] * (pp[v] / Fp) * std::exp(x - hi);
             if (minus) zm += m[v] * (pm[v] / Fm) * std::exp(lo - x);
         }
@@ -611,6 +621,7 @@ const char* DualNewtonUnfit(const MEMData& d) {
     if (!(d.param.lambdaFraction[0] > 0.0)) return "the order-2 constraint has no weight";
     if (d.nRefUnobs > 0) return "unobserved reflections are estimated";
     if (d.nRefF == 0) return "there are no individual reflections";
+    if (d.targetMoment[0] == 0.0 && d.targetMoment[1] == 0.0) return "the totals F(000) are zero";
     return nullptr;
 }
 
