@@ -23,6 +23,7 @@ Both channels then enter as in the program: rho+ ~ p+ exp(psi . theta) and
 (S+ + S-) / (F+ + |F-|).
 
 Usage: /usr/bin/python3 tools/exact_maxent.py FILE.mem [C ...]
+       /usr/bin/python3 tools/exact_maxent.py --compare FILE.mem RESULT.pgrid
        /usr/bin/python3 tools/exact_maxent.py --write-p212121 FILE.mem
        /usr/bin/python3 tools/exact_maxent.py --table OUT FILE.mem ...
 
@@ -79,9 +80,16 @@ def orbits(sg_number, grid):
 
 
 def read_prior(data, inverse, counts):
-    """The positive prior per orbit from a grid file of the program: its values
-    per cubic angstrom times the voxel volume, as the program reads them."""
-    raw = open(data["prior"], "rb").read()
+    """The positive prior per orbit from a grid file of the program."""
+    prior = read_grid(data["prior"], data, inverse, counts)[0]
+    assert np.all(prior > 0.0), "the prior must cover every orbit"
+    return prior
+
+
+def read_grid(path, data, inverse, counts):
+    """The channels of a grid file of the program per orbit: its values per
+    cubic angstrom times the voxel volume, as the program reads them."""
+    raw = open(path, "rb").read()
     version = np.frombuffer(raw, "<i4", 4, 0)
     at = 16 + int(version[3]) + 80
     constant, grid_type, n_channel, dim, nx, ny, nz, n_asym = np.frombuffer(raw, "<i4", 8, at)
@@ -97,10 +105,12 @@ def read_prior(data, inverse, counts):
     z = idx // ((nx + 1) * (ny + 1))
     labels = inverse[(x * ny + y) * nz + z]
     volume = gemmi.UnitCell(*data["cell"]).volume / float(nx * ny * nz)
-    prior = np.zeros(len(counts))
-    prior[labels] = values[:, 1].astype(np.float64) * volume
-    assert np.all(prior > 0.0), "the prior must cover every orbit"
-    return prior
+    channels = []
+    for c in range(1, width):
+        values_c = np.zeros(len(counts))
+        values_c[labels] = values[:, c].astype(np.float64) * volume
+        channels.append(values_c)
+    return channels
 
 
 def features(data, inverse, counts):
@@ -267,6 +277,18 @@ def write_p212121(path):
 def main(argv):
     if argv[:1] == ["--write-p212121"]:
         write_p212121(argv[1])
+        return
+    if argv[:1] == ["--compare"]:
+        # A result of the program against the exact optimum at the program's own CONSTR.
+        p = Problem(read_mem(argv[1]))
+        inverse, _ = orbits(p.d["sg"], p.d["grid"])
+        rho = sum(read_grid(argv[2], p.d, inverse, p.m))
+        c = p.constr(rho)
+        exact = p.density(p.at_constr(c))
+        r = np.corrcoef(np.repeat(rho, p.m.astype(int)), np.repeat(exact, p.m.astype(int)))[0, 1]
+        print("%s: CONSTR %.7f, exact entropy per electron %.8f, density correlation %.7f, "
+              "largest difference %.3g of the largest density"
+              % (argv[2], c, p.entropy_per_electron(p.theta), r, np.abs(rho - exact).max() / np.abs(exact).max()))
         return
     if argv[:1] == ["--table"]:
         out = ["# data set, CONSTR of the uniform density, exact entropy per electron at",
