@@ -58,8 +58,9 @@ TEST(DualNewton, EndsAtTheExactOptimum) {
             TestAnalysis d;
             PrepareSpec(d, dir, spec, 4, 5000);
             // A prior run starts from a partly seeded density of its own (see ReadPrior2).
-            if (spec.find(":prior=") == std::string::npos)
+            if (spec.find(":prior=") == std::string::npos) {
                 EXPECT_NEAR(d.constr0, constrStart, 1e-6 * constrStart) << spec;
+            }
             {
                 CapturedOutput quiet;
                 d.MaxEnt();
