@@ -46,7 +46,7 @@ const char* const kDriverUsage =
     "  halvorin rutile.prf\n"
     "  halvorin zno.mem < /dev/null            every question takes its default\n"
     "  halvorin --conditions series.prf rutile_300K.fcf\n"
-    "  parallel OMP_NUM_THREADS=1 halvorin -c series.prf {} '>' {.}.log ::: *.fcf\n"
+    "  OMP_NUM_THREADS=1 parallel halvorin -c series.prf {} '>' {.}.log ::: *.fcf\n"
     "  halvorin-summary *.out\n";
 
 namespace {

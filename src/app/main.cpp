@@ -25,6 +25,11 @@
 #ifndef HALVORIN_BUILD_TYPE
 #define HALVORIN_BUILD_TYPE "unknown"
 #endif
+#if defined(__clang__)
+#define HALVORIN_COMPILER "clang " __clang_version__
+#else
+#define HALVORIN_COMPILER "g++ " __VERSION__
+#endif
 
 namespace {
 
@@ -51,7 +56,7 @@ void flushDenormals() {
 
 void printVersion() {
     printf("halvorin %s\n", kHalvorinVersion);
-    printf("Build:   %s, g++ %s, %s\n", HALVORIN_BUILD_TYPE, __VERSION__, __DATE__);
+    printf("Build:   %s, %s, %s\n", HALVORIN_BUILD_TYPE, HALVORIN_COMPILER, __DATE__);
     printf("FFTW:    %s, with its threads library\n", fftw_version);
     printf("Threads: %d for the analysis and the transforms (OMP_NUM_THREADS sets them)\n",
            omp_get_max_threads());
