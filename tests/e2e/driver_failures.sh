@@ -47,6 +47,9 @@ touch data.hkl
 printf '$PREFERENCES\nnotes.txt\n' > unknown.prf
 printf '$PREFERENCES\n# no data file named\n' > empty.prf
 printf '$PREFERENCES\nnothere.mem\n' > nothere.prf
+printf '$PREFERENCES\nx.mep\nx.out\nx.pgrid\nx.fba\nx_eps.raw\n1\n' > negative_mep.prf
+touch x.mep
+printf 'Rutile\n4.5937 4.5937 2.9587 90 90 90\n136 1 16 16 12\nx\n0\n0 76 0\ngone.ffo\n' > gone.alb
 sed 's/^136 1 48 48 32$/136 1 2000 2000 500/' rutile.mem > huge.mem
 sed 's/^rutile.mem$/huge.mem/' rutile.prf > huge.prf
 
@@ -67,6 +70,9 @@ asks_nothing "missing data file"
 failure "directory as data file, upper-case extension" "Input file could not be opened."$'\n'"$WORK/folder.MEM" folder.MEM
 asks_nothing "directory as data file"
 failure ".hkl file: the dialogue, then no reader" "Failed to read input file:"$'\n'"$WORK/data.hkl" ./data.hkl
+# A .mep data set declared with a negative scattering length has no reader.
+failure ".mep with a negative channel" "Failed to read input file:"$'\n'"$WORK/x.mep" negative_mep.prf
+failure "Alb file naming a missing list" "Input file could not be opened."$'\n'"$WORK/gone.ffo" gone.alb
 # A failed Alb route leaves no data file name.
 failure "missing Alb file" "Failed to read input file:"$'\n' missing.alb
 failure "grid beyond any memory" "The grid of 2000 x 2000 x 500 voxels needs at least * GB of memory;"$'\n'"this computer has * GB. Choose a coarser grid." huge.prf
