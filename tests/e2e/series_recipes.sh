@@ -39,6 +39,11 @@ for r in rows:
     assert 0 < float(r["RF"]) < 0.05 and 0 < float(r["wRF"]) < 0.05 and float(r["seconds"]) >= 0, r
 EOF
 
+# A data set name with a comma and quotes survives the CSV.
+sed "s|MEM data set file: .*|MEM data set file: $WORK/series/odd, \"name\".fcf|" rutile_100K.out >odd.out
+"$SUMMARY" --csv odd.out | /usr/bin/python3 -c 'import csv, sys; assert list(csv.reader(sys.stdin))[1][0] == "odd, \"name\".fcf"' ||
+    fail "a quoted name in the CSV"
+
 # Each report names its own data set, and the Ti peak falls with temperature.
 for t in $temperatures; do
     grep -q "MEM data set file: $WORK/series/rutile_${t}K.fcf$" rutile_${t}K.out || fail "report of ${t} K"
