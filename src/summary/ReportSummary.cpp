@@ -38,8 +38,8 @@ std::string shortAlgorithmName(const std::string& label) {
     return name;
 }
 
-void require(const std::string& value, const std::string& path, const char* what) {
-    if (value.empty()) throw SummaryError(path + ": not a finished report (no " + what + ")");
+void require(bool found, const std::string& path, const char* what) {
+    if (!found) throw SummaryError(path + ": not a finished report (no " + what + ")");
 }
 
 }  // namespace
@@ -69,14 +69,13 @@ AnalysisSummary ReadReportSummary(const std::string& path) {
         else if (text == "The constraints have not been satisfied.") verdict = true;
         else if (text.compare(0, 20, "Total Elapsed time =") == 0) s.seconds = valueAfter(text, "=");
     }
-    require(s.dataSet, path, "data set file");
-    require(s.algorithm, path, "algorithm");
-    require(result ? "end" : "", path, "end of the analysis");
-    require(s.cycles, path, "number of cycles");
-    require(s.constr, path, "CONSTR");
-    require(s.rf, path, "RF");
-    require(s.wrf, path, "wRF");
-    require(verdict ? "verdict" : "", path, "verdict");
-    require(s.seconds, path, "elapsed time");
+    require(!s.dataSet.empty(), path, "data set file");
+    require(!s.algorithm.empty(), path, "algorithm");
+    require(result, path, "end of the analysis");
+    require(!s.cycles.empty(), path, "number of cycles");
+    require(!s.constr.empty() && !s.rf.empty(), path, "CONSTR and RF");
+    require(!s.wrf.empty(), path, "wRF");
+    require(verdict, path, "verdict");
+    require(!s.seconds.empty(), path, "elapsed time");
     return s;
 }
