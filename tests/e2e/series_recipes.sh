@@ -20,6 +20,10 @@ HALVORIN=$PROG JOBS=2 ./run_parallel.sh series.prf "${data[@]}" >summary.txt 2>r
 cmp -s series.prf template.orig || fail "the template was changed"
 ls ./*.prf | grep -qv series.prf && fail "a condition file was written beside the data"
 
+# A data set that fails makes the recipe fail, and its log says why.
+HALVORIN=$PROG ./run_parallel.sh series.prf missing.fcf >/dev/null 2>&1 </dev/null && fail "a failed analysis passed the recipe"
+grep -q "Input file could not be opened." missing.log || fail "no log of the failed analysis"
+
 # The text table: a header and one satisfied line per data set, in order.
 [ "$(wc -l <summary.txt)" = 11 ] || fail "summary: $(cat summary.txt)"
 [ "$(awk 'NR > 1 { printf "%s %s|", $1, $7 }' summary.txt)" = "$(for t in $temperatures; do printf 'rutile_%sK.fcf yes|' $t; done)" ] ||
