@@ -10,7 +10,9 @@ sigma model and a fixed seed, and write
     <name>.facts  what the program must report for it (for end-to-end tests).
 
 It also writes the refinement-output files (.fcf) of the reader tests, with
-their facts and .mem twins (examples/fcf_sets.py), into tests/data/fcf/.
+their facts and .mem twins (examples/fcf_sets.py), into tests/data/fcf/, and
+the temperature series of the series recipes (examples/series.py) into
+series/ of the output directory.
 
 Usage: /usr/bin/python3 tools/make_examples.py [output directory [fcf directory]]
 The default directories are examples/ and tests/data/fcf/ of the repository.  The output is
@@ -27,6 +29,7 @@ from examples.fcf_sets import write_fcf_sets
 from examples.grid import asymmetric_unit_voxels, choose_grid
 from examples.mem_file import mem_text
 from examples.models import ALL_EXAMPLES, Example
+from examples.series import write_series
 from examples.structure_factors import compute
 
 
@@ -58,6 +61,7 @@ def main(argv) -> int:
         print(make_example(example, directory))
     fcf_directory = argv[2] if len(argv) > 2 else os.path.join(root, "tests", "data", "fcf")
     print("fcf:", " ".join(write_fcf_sets(fcf_directory)))
+    print("series:", " ".join(write_series(os.path.join(directory, "series"))))
     return 0
 
 

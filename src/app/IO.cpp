@@ -121,6 +121,11 @@ FILE* OpenInput(const std::string& path, const char* mode) {
     return fopen(path.c_str(), mode);
 }
 
+bool Readable(const std::string& path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode) && access(path.c_str(), R_OK) == 0;
+}
+
 void getDir(std::string& path, bool trailingSlash) {
     struct stat st;
     if (stat(path.c_str(), &st) != 0)

@@ -51,6 +51,9 @@ void omitQuotation(const char* src, char* dst);
 // fopen would accept it, and every read would then fail without reaching the
 // end of the file. Pipes and devices open as usual (a FIFO waits for its writer).
 FILE* OpenInput(const std::string& path, const char* mode = "r");
+// Whether OpenInput would open `path` for reading, found without opening it, so
+// that a named pipe is left for the reader that follows.
+bool Readable(const std::string& path);
 
 // printf into a string of any length; returns the length.
 int Sprintf(std::string& out, const char* fmt, ...) __attribute__((format(printf, 2, 3)));

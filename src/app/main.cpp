@@ -1,4 +1,5 @@
 // Entry of the console program: settings, reading, preparation, the analysis and the time summary.
+#include <fftw3.h>
 #include <omp.h>
 #include <unistd.h>
 
@@ -12,14 +13,28 @@
 #include <xmmintrin.h>
 #endif
 
+#include "app/CommandLine.h"
 #include "app/ElapsedTimes.h"
 #include "app/FileType.h"
 #include "app/IO.h"
 #include "app/Timer.h"
+#include "app/Version.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
 
+#ifndef HALVORIN_BUILD_TYPE
+#define HALVORIN_BUILD_TYPE "unknown"
+#endif
+#if defined(__clang__)
+#define HALVORIN_COMPILER "clang " __clang_version__
+#else
+#define HALVORIN_COMPILER "g++ " __VERSION__
+#endif
+
 namespace {
+
+// Exit status of a run that could not read or use its input; a usage error is 2.
+constexpr int kFailed = 1;
 
 // The exponentials of the density update produce denormal numbers near empty
 // regions of the cell; flushing them to zero keeps every cycle at full speed.
@@ -30,12 +45,21 @@ void flushDenormals() {
 #endif
 }
 
-// Every expected failure ends here. The status stays 0, and the wait lets a user
-// who started the program from a file manager read the message first.
+// Every expected failure ends here. The wait lets a user who started the
+// program from a file manager read the message first; a script or a scheduler
+// has no one to press the key, and sees the failure in the status instead.
 [[noreturn]] void exitAfterKey() {
     IO::PrintError("Press Enter key to exit.\n");
-    getchar();
-    exit(0);
+    if (isatty(STDIN_FILENO)) getchar();
+    exit(kFailed);
+}
+
+void printVersion() {
+    printf("halvorin %s\n", kHalvorinVersion);
+    printf("Build:   %s, %s, %s\n", HALVORIN_BUILD_TYPE, HALVORIN_COMPILER, __DATE__);
+    printf("FFTW:    %s, with its threads library\n", fftw_version);
+    printf("Threads: %d for the analysis and the transforms (OMP_NUM_THREADS sets them)\n",
+           omp_get_max_threads());
 }
 
 void setWorkDir(MEMParam& param) {
@@ -44,23 +68,32 @@ void setWorkDir(MEMParam& param) {
     if (param.workDir.find('/') == std::string::npos) param.workDir += '/';
 }
 
-// Takes the settings from the command line's file, or asks for them.
-void obtainSettings(MEMData3D& mem, int argc, char** argv) {
+void readConditions(MEMParam& param, const std::string& path) {
+    if (!param.ReadConditions(path)) {
+        IO::PrintError("Failed to read condition file:\n%s\n", path.c_str());
+        exitAfterKey();
+    }
+}
+
+// Takes the settings from the command line's files, or asks for them.
+void obtainSettings(MEMData3D& mem, const DriverOptions& options) {
     MEMParam& param = mem.param;
-    if (argc <= 1) {
+    if (!options.conditions.empty()) {
+        std::string conditions = options.conditions, data = options.input;
+        IO::toAbsolutePath(conditions, param.workDir);
+        IO::toAbsolutePath(data, param.workDir);
+        readConditions(param, conditions);
+        param.UseDataFile(data);  // an unsupported type is told below
+        return;
+    }
+    if (options.input.empty()) {
         param.InputConditions(nullptr);
         return;
     }
-    // Only the first argument is used; one process analyses one data set.
-    std::string path = argv[1];
+    std::string path = options.input;
     IO::toAbsolutePath(path, param.workDir);
     switch (check_format(path.c_str())) {
-    case kTypeCondition:
-        if (!param.ReadConditions(path)) {
-            IO::PrintError("Failed to read condition file:\n%s\n", path.c_str());
-            exitAfterKey();
-        }
-        break;
+    case kTypeCondition: readConditions(param, path); break;
     case kTypeAlb:
         mem.ReadAlb(path);  // a failure shows as an unreadable data file below
         break;
@@ -70,11 +103,39 @@ void obtainSettings(MEMData3D& mem, int argc, char** argv) {
     }
 }
 
+// A data set that cannot be opened is told once, by name, before any reader runs.
+void checkDataFile(const MEMParam& param) {
+    if (param.fileType < 0) {
+        IO::PrintError("The file type is not supported:\n%s\n", param.dataFile.c_str());
+        exitAfterKey();
+    }
+    if (param.fileType >= kTypeMEM && !IO::Readable(param.dataFile)) {
+        IO::PrintError("Input file could not be opened.\n%s\n", param.dataFile.c_str());
+        exitAfterKey();
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     // Progress appears line by line also when the output goes to a file or a pipe.
     setvbuf(stdout, nullptr, _IOLBF, 0);
+    DriverOptions options;
+    try {
+        options = ParseDriverOptions(argc, argv);
+    } catch (const UsageError& e) {
+        fprintf(stderr, "halvorin: %s\n", e.what());
+        return 2;
+    }
+    if (options.help) {
+        fputs(kDriverUsage, stdout);
+        return 0;
+    }
+    if (options.version) {
+        printVersion();
+        return 0;
+    }
+
     flushDenormals();
     setlocale(LC_ALL, "");
     // Data files are written with a decimal point whatever the user's locale.
@@ -87,12 +148,8 @@ int main(int argc, char** argv) {
 
     MEMData3D mem;
     setWorkDir(mem.param);
-    obtainSettings(mem, argc, argv);
-
-    if (mem.param.fileType < 0) {
-        IO::PrintError("The file type is not supported:\n%s\n", mem.param.dataFile.c_str());
-        exitAfterKey();
-    }
+    obtainSettings(mem, options);
+    checkDataFile(mem.param);
     if (!mem.ReadFobs()) {
         IO::PrintError("Failed to read input file:\n%s\n", mem.param.dataFile.c_str());
         exitAfterKey();

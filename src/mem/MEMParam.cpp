@@ -82,19 +82,31 @@ std::string withoutExtension(const std::string& path) {
 
 bool isMEMDataSet(int type) { return type == kTypeMEM || type == kTypeMEP; }
 
-// Prints a question and reads one answer line from standard input. At the end
-// of input the answer is empty, which leaves the setting as it is; the dialogue
-// then runs through to the end on its defaults instead of waiting forever.
-std::string ask(const char* text) {
-    printf("\n%s\n", text);
-    std::string answer;
-    get_line_mb(answer, stdin);
-    return answer;
+std::string asText(double value) {
+    char text[32];
+    snprintf(text, sizeof text, "%g", value);
+    return text;
 }
 
-void askInt(const char* text, int& field) { sscanf(ask(text).c_str(), "%d", &field); }
-void askFloat(const char* text, float& field) { sscanf(ask(text).c_str(), "%f", &field); }
-void askDouble(const char* text, double& field) { sscanf(ask(text).c_str(), "%lf", &field); }
+// Reads one answer line from standard input, after telling what an empty
+// answer keeps: the setting's present value. At the end of input the answer is
+// empty; the dialogue then runs through to the end on its defaults instead of
+// waiting forever.
+std::string answer(const std::string& kept) {
+    printf("(Enter: %s)\n", kept.c_str());
+    std::string line;
+    get_line_mb(line, stdin);
+    return line;
+}
+
+std::string ask(const char* text, const std::string& kept) {
+    printf("\n%s\n", text);
+    return answer(kept);
+}
+
+void askInt(const char* text, int& field) { sscanf(ask(text, std::to_string(field)).c_str(), "%d", &field); }
+void askFloat(const char* text, float& field) { sscanf(ask(text, asText(field)).c_str(), "%f", &field); }
+void askDouble(const char* text, double& field) { sscanf(ask(text, asText(field)).c_str(), "%lf", &field); }
 
 }  // namespace
 
@@ -253,6 +265,15 @@ bool MEMParam::WriteConditions() {
     return true;
 }
 
+bool MEMParam::UseDataFile(const std::string& path) {
+    const bool negative = fileType == kTypeMEMNegative || fileType == kTypeMEPNegative;
+    dataFile = path;
+    fileType = check_format(dataFile.c_str());
+    if (negative && isMEMDataSet(fileType)) ++fileType;
+    SetFileNames();
+    return fileType != kTypeUnsupported;
+}
+
 bool MEMParam::InputConditions(const char* name) {
     if (name) {
         dataFile = name;
@@ -275,6 +296,8 @@ bool MEMParam::InputConditions(const char* name) {
     }
     if (code == kTypeCondition || code == kTypeOldCondition) return ReadConditions(dataFile);
     fileType = code;
+    // A mistyped name is better told before the questions than after the last.
+    if (!IO::Readable(dataFile)) return false;
     if (code == kTypeMEM) {
         int negative = 0;
         askInt(_option_text[1], negative);
@@ -295,9 +318,7 @@ void MEMParam::askQuestions() {
         puts("# 0. The value input by user.");
         puts("# 1. The value calculated by Halvorin.");
         puts("# 2. The value written in the MEM data set file.");
-        std::string answer;
-        get_line_mb(answer, stdin);
-        sscanf(answer.c_str(), "%d", &LM_type);
+        sscanf(answer(std::to_string(LM_type)).c_str(), "%d", &LM_type);
         if (LM_type == 0) askDouble(_option_text[6], lambda);
     }
     askDouble(_option_text[7], weightPowerD);
@@ -305,7 +326,9 @@ void MEMParam::askQuestions() {
     askFloat(_option_text[9], coefE);
     askInt(_option_text[10], feedbackOutput);
     askInt(_option_text[11], epsOutput);
-    const std::string fractions = ask(_option_text[12]);
+    std::string kept = asText(lambdaFraction[0]);
+    for (int k = 1; k < 8; ++k) kept += " " + asText(lambdaFraction[k]);
+    const std::string fractions = ask(_option_text[12], kept);
     sscanf(fractions.c_str(), kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1], &lambdaFraction[2],
            &lambdaFraction[3], &lambdaFraction[4], &lambdaFraction[5], &lambdaFraction[6], &lambdaFraction[7]);
     if (algorithm != 0) askInt(_option_text[13], priorType);

@@ -18,8 +18,15 @@ public:
     // cannot be created.
     bool WriteConditions();
     // Fills the settings by questions on the console. A null `name` asks for the
-    // data file first. A condition file named here is read instead.
+    // data file first. A condition file named here is read instead. False, with
+    // nothing more asked, when the data file cannot be opened: the caller says so.
+    // Each question shows the value that an empty answer keeps.
     bool InputConditions(const char* name);
+    // Points the settings of a template condition file at another data set: its
+    // type follows the extension, the template's negative-scattering choice
+    // carries over to MEM data sets, and the outputs go beside it. False when
+    // the type is not supported (fileType is then -1).
+    bool UseDataFile(const std::string& path);
     // Derives the output names from dataFile. Always true.
     bool SetFileNames();
 

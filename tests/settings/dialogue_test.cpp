@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <string>
@@ -32,9 +33,10 @@ size_t count(const std::string& text, const std::string& word) {
 
 // Invalid and empty answers keep the field; the end of input runs through on defaults.
 TEST(Dialogue, InvalidEmptyAndMissingAnswersKeepTheDefaults) {
+    TempDir data;
     MEMParam p, q;
     bool ok = false;
-    converse(p, "/d/x.fos", "\nabc\n\n\n\n\n\n\nnone\n\n\n", ok);
+    converse(p, data.write("x.fos", "").c_str(), "\nabc\n\n\n\n\n\n\nnone\n\n\n", ok);
     EXPECT_TRUE(ok);
     EXPECT_EQ(p.fileType, 5);
     EXPECT_EQ(p.startType, 0);
@@ -42,7 +44,7 @@ TEST(Dialogue, InvalidEmptyAndMissingAnswersKeepTheDefaults) {
     EXPECT_EQ(p.LM_type, 1);
     EXPECT_DOUBLE_EQ(p.lambdaFraction[0], 1.0);
     EXPECT_EQ(p.maxCycles, 1000);
-    const std::string out = converse(q, "/d/x.fcf", "2\n", ok);
+    const std::string out = converse(q, data.write("x.fcf", "").c_str(), "2\n", ok);
     EXPECT_TRUE(ok);
     EXPECT_EQ(q.startType, 2);
     EXPECT_EQ(q.algorithm, 4);
@@ -51,9 +53,10 @@ TEST(Dialogue, InvalidEmptyAndMissingAnswersKeepTheDefaults) {
 }
 
 TEST(Dialogue, OtherAlgorithmsSkipZSPAQuestionsAndAskForPrior) {
+    TempDir data;
     MEMParam p;
     bool ok = false;
-    const std::string out = converse(p, "/d/x.mep", "0\n1\n0.5\n1.2\n1\n0\n1\n1\n0\n600\n", ok);
+    const std::string out = converse(p, data.write("x.mep", "").c_str(), "0\n1\n0.5\n1.2\n1\n0\n1\n1\n0\n600\n", ok);
     EXPECT_EQ(count(out, "# The type of the MEM data set file."), 0u);  // none for .mep
     EXPECT_EQ(count(out, "(LM_type)"), 0u);
     EXPECT_EQ(count(out, "# The coefficient, t,"), 0u);
@@ -71,4 +74,18 @@ TEST(Dialogue, EmptyNameInADottedDirectoryAsksNothingMore) {
     EXPECT_EQ(converse(p, nullptr, "", ok), std::string(_option_text[0]) + "\n");
     EXPECT_FALSE(ok);
     EXPECT_EQ(p.fileType, -1);
+}
+
+// A data file that cannot be opened ends the dialogue before its first question;
+// the driver then tells it once.
+TEST(Dialogue, DataFileThatCannotBeOpenedAsksNothing) {
+    TempDir tmp;
+    MEMParam p;
+    bool ok = true;
+    EXPECT_EQ(converse(p, tmp.file("missing.mem").c_str(), "1\n", ok), "");
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(p.fileType, 3);
+    ASSERT_EQ(mkdir(tmp.file("folder.fcf").c_str(), 0700), 0);
+    EXPECT_EQ(converse(p, tmp.file("folder.fcf").c_str(), "1\n", ok), "");
+    EXPECT_FALSE(ok);
 }

@@ -5,20 +5,20 @@
 
 #include "app/ElapsedTimes.h"
 #include "app/IO.h"
+#include "app/Version.h"
 #include "mem/outputs/AtomicFile.h"
 #include "mem/outputs/EpsHistogram.h"
 #include "mem/MEMData3D.h"
 
 namespace {
 
-const char* const kVersion = "1.0";
 // The stamp of the build in the form "Dec  8 2018".
 const char* const kBuildDate = __DATE__;
 
 void WriteHeading(FILE* f, const MEMData3D& d) {
     const MEMParam& p = d.param;
     const float* cell = d.unitCell.cell;
-    fprintf(f, " Halvorin ver. %s\n", kVersion);
+    fprintf(f, " Halvorin ver. %s\n", kHalvorinVersion);
     fprintf(f, " Build date: %s\n\n", kBuildDate);
     fprintf(f, " ******************** Data and settings for MEM analysis ******************** \n\n");
     fprintf(f, "  (a) X-ray diffraction data or (b) neutron diffraction data of a compound\n");
