@@ -1,5 +1,28 @@
 // Entry from a data file to the analysis state: the reader chosen by file type, then symmetry expansion.
+#include <set>
+
 #include "mem/MEMData3D.h"
+
+namespace {
+
+// Squared amplitudes carry no phases of the group's translations: every
+// equivalent of an allowed reflection holds the same real value. Absent
+// reflections keep their sums, and a shift that is already zero stays as it
+// is, so that symmorphic groups are expanded exactly as before.
+void dropTranslationPhases(ObjVector<StructureFactor>& list, const ObjVector<StructureFactor>& absent) {
+  std::set<const StructureFactor*> forbidden;
+  for (const StructureFactor* f : absent)
+    forbidden.insert(f);
+  for (StructureFactor* f : list) {
+    if (forbidden.count(f))
+      continue;
+    for (std::size_t j = 0; j < f->phase.nItems(); ++j)
+      if (f->phase.item(j)[0] != 0.0)
+        f->phase.item(j)[0] = 0.0;
+  }
+}
+
+}  // namespace
 
 bool MEMData3D::ReadFobs() {
   bool read = false;
@@ -35,6 +58,8 @@ bool MEMData3D::ReadFobs() {
     ObjVector<StructureFactor> absent;
     StructureFactor::ExpandReflectionList(reflections, absent, unitCell.symOp,
                                           unitCell.orthoInverse, 3, 1 - unitCell.centric);
+    if (param.estimateUnobserved)
+      dropTranslationPhases(reflections, absent);
   }
   if (param.estimateUnobserved) {
     // The generated list spans the grid's whole index box: a grid that no
