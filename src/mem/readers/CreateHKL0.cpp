@@ -64,6 +64,7 @@ void MEMData3D::CreateHKL0() {
   uc.setSpgNumber(number, setting);
   uc.createSymmetryOP();
   StructureFactor::ExpandReflectionList(generated, absent, uc.symOp, uc.orthoInverse, 3, 1);
+  StructureFactor::DropTranslationPhases(generated, absent);
   holdAtZeroWithoutShifts(absent);
   uc.setSpgNameStandard(patterson);
   uc.createSymmetryOP();

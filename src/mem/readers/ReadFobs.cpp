@@ -1,28 +1,6 @@
 // Entry from a data file to the analysis state: the reader chosen by file type, then symmetry expansion.
-#include <set>
-
+#include "app/IO.h"
 #include "mem/MEMData3D.h"
-
-namespace {
-
-// Squared amplitudes carry no phases of the group's translations: every
-// equivalent of an allowed reflection holds the same real value. Absent
-// reflections keep their sums, and a shift that is already zero stays as it
-// is, so that symmorphic groups are expanded exactly as before.
-void dropTranslationPhases(ObjVector<StructureFactor>& list, const ObjVector<StructureFactor>& absent) {
-  std::set<const StructureFactor*> forbidden;
-  for (const StructureFactor* f : absent)
-    forbidden.insert(f);
-  for (StructureFactor* f : list) {
-    if (forbidden.count(f))
-      continue;
-    for (std::size_t j = 0; j < f->phase.nItems(); ++j)
-      if (f->phase.item(j)[0] != 0.0)
-        f->phase.item(j)[0] = 0.0;
-  }
-}
-
-}  // namespace
 
 bool MEMData3D::ReadFobs() {
   bool read = false;
@@ -50,6 +28,10 @@ bool MEMData3D::ReadFobs() {
   default:
     // Condition files, Alb control files and plain .hkl files carry no data
     // of their own; neither does a .mep file declared with negative scattering.
+    if (param.estimateUnobserved)
+      IO::PrintError("An .alb control file names its reflections as an .fcf, .ffo, .mem or .mep file;\n"
+                     "there is no reader for this one:\n%s\n",
+                     param.dataFile.c_str());
     break;
   }
   if (read) {
@@ -58,8 +40,16 @@ bool MEMData3D::ReadFobs() {
     ObjVector<StructureFactor> absent;
     StructureFactor::ExpandReflectionList(reflections, absent, unitCell.symOp,
                                           unitCell.orthoInverse, 3, 1 - unitCell.centric);
+    // The route's data are squared amplitudes: every equivalent of an allowed
+    // reflection holds the same real value, whatever the group's translations.
     if (param.estimateUnobserved)
-      dropTranslationPhases(reflections, absent);
+      StructureFactor::DropTranslationPhases(reflections, absent);
+  }
+  if (read && param.estimateUnobserved && nRefF + nGroups == 0) {
+    // Every row weak (below three su), or none at all: nothing to fit.
+    IO::PrintError("No reflection of the data rises above three standard uncertainties:\n%s\n",
+                   param.dataFile.c_str());
+    read = false;
   }
   if (param.estimateUnobserved) {
     // The generated list spans the grid's whole index box: a grid that no
