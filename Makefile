@@ -83,6 +83,7 @@ tables:
 # Developer-time only: regenerate the bundled example data sets.
 examples:
 	/usr/bin/python3 tools/make_examples.py examples
+	/usr/bin/python3 tools/make_patterson_data.py
 
 clean:
 	rm -rf $(BUILD) build-asan build-fuzz

@@ -31,6 +31,13 @@ public:
                                   const ObjVector<MatrixD>& ops, const MatrixD& reciprocal,
                                   int dim, int friedel);
 
+  // Sets the phase shifts of every record of `list` that is not in `absent`
+  // to zero, keeping the sign factors: the equivalents of squared amplitudes,
+  // which carry no phases of the group's translations. A shift that is
+  // already zero is left as it is.
+  static void DropTranslationPhases(ObjVector<StructureFactor>& list,
+                                    const ObjVector<StructureFactor>& absent);
+
   // Fills `out` with one record per allowed orbit inside the box |h_c| <= hmax[c]
   // (h_0 >= 0 with `half`), limited by d >= dmin and 1/d >= dimin, sorted by 1/d.
   static void CreateReflectionList(ObjVector<StructureFactor>& out, StructureFactor& prototype,

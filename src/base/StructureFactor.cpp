@@ -278,6 +278,20 @@ int StructureFactor::ExpandReflectionList(ObjVector<StructureFactor>& list,
   return nAbsent;
 }
 
+void StructureFactor::DropTranslationPhases(ObjVector<StructureFactor>& list,
+                                            const ObjVector<StructureFactor>& absent) {
+  std::set<const StructureFactor*> forbidden;
+  for (const StructureFactor* f : absent)
+    forbidden.insert(f);
+  for (StructureFactor* f : list) {
+    if (forbidden.count(f))
+      continue;
+    for (std::size_t j = 0; j < f->phase.nItems(); ++j)
+      if (f->phase.item(j)[0] != 0.0)
+        f->phase.item(j)[0] = 0.0;
+  }
+}
+
 void StructureFactor::CreateReflectionList(ObjVector<StructureFactor>& out,
                                            StructureFactor& prototype,
                                            const ObjVector<MatrixD>& ops,

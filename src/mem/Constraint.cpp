@@ -44,9 +44,7 @@ Constraint* Constraint::Create(int nRef0, int nRef1, int nRef2, int nGroup, int 
     c->nGroup = nGroup;
     c->nVoxelCell = nVoxelCell;
     c->doubleFactorial = OddDoubleFactorial(order);
-    // The order-2 term of the unobserved reflections writes nRef0 entries from
-    // the head, which can be more than the nRef1 + nRef2 constraint positions.
-    const std::size_t n = static_cast<std::size_t>(std::max(nRef0, nRef1 + nRef2));
+    const std::size_t n = static_cast<std::size_t>(nRef1 + nRef2);
     c->derivA = AllocateZeroed<double>(n);
     c->derivB = AllocateZeroed<double>(n);
     return c.release();
@@ -60,15 +58,6 @@ double Constraint::CalcDerivative(int /*mode*/, ObjVector<StructureFactor>& refl
     const int k = n / 2;
     const double D = static_cast<double>(nRef1 + nGroup) * doubleFactorial;
     const double W = weight;
-
-    // Binds the generated unobserved reflections to zero; the F and G loops
-    // below overwrite what they share with it.
-    if (n == 2) {
-        for (int i = 0; i < nRef0; ++i) {
-            derivA[i] = 10000.0 * refl[i]->A;
-            derivB[i] = 10000.0 * refl[i]->B;
-        }
-    }
 
     CF = 0.0;
     for (int i = 0; i < nRef1; ++i) {

@@ -31,9 +31,12 @@ void MEMData::Calc_Constraint(int cycle) {
     const double dPlus = targetMoment[0] - calcMoment[0];
     const double dMinus = targetMoment[1] - calcMoment[1];
     constrF0 = (dPlus * dPlus + dMinus * dMinus) * meanWeight;
+    // An unobserved reflection held at zero weighs as one mean datum of the
+    // reduced chi-square: a stronger hold would outweigh all the data at once.
+    const double unobservedWeight = meanWeight / (nRefF + nGroups);
     for (int i = 0; i < nRefUnobs; ++i) {
         const StructureFactor* f = reflections[i];
-        constrF0 += (f->A * f->A + f->B * f->B) * meanWeight;
+        constrF0 += (f->A * f->A + f->B * f->B) * unobservedWeight;
     }
 
     double sum1 = 0.0, sumAbs = 0.0;
@@ -91,10 +94,18 @@ void MEMData::Calc_Constraint(int cycle) {
     // weight stays without, even at C = 0.
     // A higher order without weight adds nothing to the sum or the derivatives
     // and is skipped, which saves its powers of every residual in every cycle.
-    // Order 2 always runs: it also binds the unobserved reflections.
+    // The merged derivatives stand at list positions: the unobserved
+    // reflections first, each with the derivative of its term of constrF0,
+    // which holds it at zero; then the F and G positions.
     wConstr = 0.0;
-    std::memset(mergedDerivRe, 0, sizeof(double) * end);
-    std::memset(mergedDerivIm, 0, sizeof(double) * end);
+    for (int i = 0; i < nRefUnobs; ++i) {
+        mergedDerivRe[i] = 2.0 * unobservedWeight * reflections[i]->A;
+        mergedDerivIm[i] = 2.0 * unobservedWeight * reflections[i]->B;
+    }
+    double* const derivRe = mergedDerivRe + nRefUnobs;
+    double* const derivIm = mergedDerivIm + nRefUnobs;
+    std::memset(derivRe, 0, sizeof(double) * end);
+    std::memset(derivIm, 0, sizeof(double) * end);
     for (int c = 0; c < constraints.size(); ++c) {
         double weight = param.lambdaFraction[c];
         if (c > 0 && weight == 0.0)
@@ -104,7 +115,7 @@ void MEMData::Calc_Constraint(int cycle) {
         wConstr += constraints[c]->CalcDerivative(cycle, reflections, residualRe, residualIm,
                                                   weightF, Gcalc, groupSize, groupMult,
                                                   refWeight, weight, param.estimateUnobserved);
-        constraints[c]->MergeDerivative(mergedDerivRe, mergedDerivIm);
+        constraints[c]->MergeDerivative(derivRe, derivIm);
     }
 }
 

@@ -239,8 +239,8 @@ void ScatterDerivatives(const MEMData3D& d, int n, double scalePlus, double scal
 
 }  // namespace
 
-// The derivatives are paired with list positions from the head of the list,
-// on both paths alike.
+// The merged derivatives stand at list positions, the unobserved reflections
+// first, on both paths alike.
 void MEMData3D::DFT_Derivatives() {
     if (!useFFT) {
 #pragma omp parallel num_threads(nThreads)
@@ -250,7 +250,7 @@ void MEMData3D::DFT_Derivatives() {
     }
     ClearGrid(derivGrid, nComplex, nThreads);
     ClearGrid(gridPowerB[5], nComplex, nThreads);
-    ScatterDerivatives(*this, nRefF + nRefG, 1.0, 1.0, derivGrid, gridPowerB[5]);
+    ScatterDerivatives(*this, nRefUnobs + nRefF + nRefG, 1.0, 1.0, derivGrid, gridPowerB[5]);
     transform->Backward();
 #pragma omp parallel num_threads(nThreads)
     for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
@@ -279,7 +279,7 @@ void MEMData3D::Calc_dCdR_OMRA(double lam) {
     }
     ClearGrid(derivGrid, nComplex, nThreads);
     ClearGrid(gridPowerB[5], nComplex, nThreads);
-    ScatterDerivatives(*this, n, lam, -lam, derivGrid, gridPowerB[5]);
+    ScatterDerivatives(*this, nRefUnobs + n, lam, -lam, derivGrid, gridPowerB[5]);
     // The zero-frequency entry takes no reflection's term; the totals' terms
     // arrive there once for every reflection.
     for (int i = 0; i < n && i < reflections.size(); ++i) {

@@ -139,7 +139,7 @@ public:
   std::vector<int> epsHistogram;        // pairs (bin, count)
   double* residualRe = nullptr;         // nRefF + nRefG: (Fobs - Fcalc) sqrt(weight)
   double* residualIm = nullptr;
-  double* mergedDerivRe = nullptr;      // nRefUnobs + nRefF + nRefG allocated
+  double* mergedDerivRe = nullptr;      // nRefUnobs + nRefF + nRefG, by list position
   double* mergedDerivIm = nullptr;
   double* refWeight = nullptr;          // nRefF + nRefG: relative weight
   std::vector<double> refFobsRe;        // measured values of the listed-only run

@@ -115,7 +115,7 @@ void BuildBlocks(MEMData3D& mem, const std::vector<int>& ops, int nRefl) {
     for (int t = 0; t < mem.nThreads; ++t) {
         const int begin = static_cast<int>(static_cast<long long>(t) * mem.NASYM / mem.nThreads);
         const int end = static_cast<int>(static_cast<long long>(t + 1) * mem.NASYM / mem.nThreads);
-        mem.threads.add(new ThreadData(mem.nRefF + mem.nRefG, end - begin, begin));
+        mem.threads.add(new ThreadData(mem.nRefUnobs + mem.nRefF + mem.nRefG, end - begin, begin));
     }
 #pragma omp parallel num_threads(mem.nThreads)
     for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {

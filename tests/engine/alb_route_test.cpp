@@ -143,6 +143,62 @@ TEST(ElementTable, AlbElementsAreListedAsLiWithZeros) {
                               zeros + zeros + "\n");
 }
 
+const std::string kPatterson = std::string(HALVORIN_TEST_DATA) + "/patterson/";
+
+// A LIST 4 .fcf of squared amplitudes is read as they stand, with the same
+// values, weights and order as the .mep data set that holds the same numbers.
+TEST(PattersonRoute, SquaredColumnsAsTheyStand) {
+  TestAnalysis mep, alb;
+  ASSERT_TRUE(ReadRoute(mep, kPatterson + "rutile_sq.mep"));
+  ASSERT_TRUE(ReadRoute(alb, kPatterson + "rutile_sq.alb"));
+  ASSERT_EQ(alb.nRefF, mep.nRefF);
+  EXPECT_EQ(alb.nRefUnobs, mep.nRefUnobs);
+  EXPECT_EQ(alb.targetMoment[0], 5776.0);
+  for (int i = 0; i < mep.nRefF; ++i) {
+    EXPECT_EQ(alb.FobsRe[i], mep.FobsRe[i]) << i;
+    EXPECT_EQ(alb.FobsIm[i], 0.0) << i;
+    EXPECT_EQ(alb.weightF[i], mep.weightF[i]) << i;
+  }
+  EXPECT_EQ(alb.gridSize[0] * 100 + alb.gridSize[2], 2012);  // the control file's grid
+}
+
+// F columns are squared with su 2 |F| su(F), and the file's own F(000) is
+// squared; a row below three su is listed with its square and su.
+TEST(PattersonRoute, MagnitudeColumnsAreSquared) {
+  std::string fcf = ReadText(kPatterson + "rutile_sq.fcf");
+  fcf = fcf.substr(0, fcf.find(" _refln_F_squared_calc")) +
+        "_refln_F_calc\n_refln_F_meas\n_refln_F_sigma\n_refln_observed_status\n"
+        "   1   1   0  37.5  37.0  0.5 o\n   2   0   0  14.0  -2.0  0.5 o\n"
+        "data_more\n_exptl_crystal_F_000 76\n";
+  std::string alb = ReadText(kPatterson + "rutile_sq.alb");
+  alb.replace(alb.find("0 5776.0000 0"), 13, "0 0 0");
+  TempDir dir;
+  dir.write("f.fcf", fcf);
+  alb.replace(alb.find("rutile_sq.fcf"), 13, "f.fcf");
+  TestAnalysis d;
+  ASSERT_TRUE(ReadRoute(d, dir.write("f.alb", alb)));
+  EXPECT_EQ(d.targetMoment[0], 76.0 * 76.0);
+  ASSERT_EQ(d.nRefF, 1);
+  EXPECT_EQ(d.FobsRe[0], 37.0 * 37.0);
+  EXPECT_DOUBLE_EQ(d.weightF[0], 1.0 / (37.0 * 37.0));  // su 2 x 37 x 0.5
+  ASSERT_EQ(d.refFobsRe.size(), 1u);
+  EXPECT_EQ(d.refFobsRe[0], 4.0);
+  EXPECT_EQ(d.refFobsSigma[0], 2.0);
+}
+
+// Data equivalents carry no translation phase in the route; the forbidden
+// reflections stand first, held at zero without shifts.
+TEST(PattersonRoute, EquivalentsWithoutTranslationPhases) {
+  TestAnalysis d;
+  ASSERT_TRUE(ReadRoute(d, kPatterson + "rutile_sq.mep"));
+  ASSERT_GT(d.nRefUnobs, 0);
+  for (int i = 0; i < d.reflections.size(); ++i) {
+    const StructureFactor& f = *d.reflections[i];
+    for (std::size_t j = 0; j < f.phase.nItems(); ++j)
+      ASSERT_EQ(f.phase.item(j)[0], 0.0) << i;
+  }
+}
+
 // A control file whose reflection list is missing is a refusal.
 TEST(AlbRoute, MissingListIsRefused) {
   TempDir dir;

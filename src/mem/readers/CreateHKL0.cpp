@@ -25,6 +25,17 @@ void enlargeReflectionArrays(MEMData& mem) {
   }
 }
 
+// The squared amplitude of a forbidden reflection is zero on every
+// equivalent alike: held at zero, each equivalent takes its derivative with
+// no phase shift, in place of the sums that marked it absent.
+void holdAtZeroWithoutShifts(ObjVector<StructureFactor>& absent) {
+  for (StructureFactor* f : absent)
+    for (std::size_t j = 0; j < f->phase.nItems(); ++j) {
+      f->phase.item(j)[0] = 0.0;
+      f->phase.item(j)[1] = 1.0;
+    }
+}
+
 }  // namespace
 
 // The reflections of the box |h| <= n/2 - 1 along each axis that are unique
@@ -53,6 +64,8 @@ void MEMData3D::CreateHKL0() {
   uc.setSpgNumber(number, setting);
   uc.createSymmetryOP();
   StructureFactor::ExpandReflectionList(generated, absent, uc.symOp, uc.orthoInverse, 3, 1);
+  StructureFactor::DropTranslationPhases(generated, absent);
+  holdAtZeroWithoutShifts(absent);
   uc.setSpgNameStandard(patterson);
   uc.createSymmetryOP();
 

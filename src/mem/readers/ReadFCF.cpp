@@ -8,6 +8,12 @@
 // with the calculated phase of the refinement. Reflections weaker than three
 // su constrain nothing and are only listed. The file has no voxel grid, so the
 // grid comes from the resolution of the settings.
+//
+// When unobserved reflections are estimated the analysis is a Patterson
+// function: every row feeds F squared as a real datum, whatever its columns
+// (F squared as it stands, or F squared from F with su 2 |F| su(F)), no
+// phase is needed, and the total is F(000) squared (the file's F(000) is
+// squared; the total of an Alb control file stands as it is).
 #include <algorithm>
 #include <cctype>
 #include <climits>
@@ -80,12 +86,15 @@ private:
   void readTags();
   void readRow();
   void takeToken(int c, const char* token);
+  void takeMagnitude(int c, const char* token);
+  void takeSquared(int c, const char* token);
   void classify();
 
   MEMData3D& mem_;
   FILE* f_;
   char line_[kLineSize] = "";
   bool ended_ = false;
+  bool f000Read_ = false;  // false: the totals are those of an Alb control file, if any
   // The three words of the current line; the third is kept from an earlier
   // line when the current one has fewer than three.
   char w1_[15] = "", w2_[35] = "", w3_[35] = "";
@@ -94,6 +103,7 @@ private:
   // an earlier row.
   int h_ = 0, k_ = 0, l_ = 0;
   double Fo_ = 0.0, sigma_ = 0.0, A_ = 0.0, B_ = 0.0, Fc_ = 0.0;
+  double modulus_ = 0.0;  // |F| of an F column, for the su of its square
   std::vector<double> FobsRe_, FobsIm_, weightF_;
   ObjVector<StructureFactor> weak_;
 };
@@ -144,6 +154,7 @@ bool FcfScanner::readScalar() {
                                     {"_cell_angle_beta", 17},  {"_cell_angle_gamma", 18}};
   if (const char* p = std::strstr(line_, "_exptl_crystal_F_000")) {
     std::sscanf(valueAfter(p, 20), "%lf%lf", &mem_.targetMoment[0], &mem_.targetMoment[1]);
+    f000Read_ = true;
     return true;
   }
   UnitCell& uc = mem_.unitCell;
@@ -255,31 +266,37 @@ void FcfScanner::readRow() {
 }
 
 // The transformations rest on the column order that the files have: the
-// magnitude before its su, the su before Fc, and Fc before the phase. The
-// factor sqrt(2) in place of 2 in the su of a magnitude from its square, and
-// Fo^2 in place of 2 Fo the other way, are kept as the established weights.
+// magnitude before its su, the su before Fc, and Fc before the phase.
 void FcfScanner::takeToken(int c, const char* token) {
-  const bool squareF = mem_.param.estimateUnobserved != 0;
   if (c == column_[kH])
     std::sscanf(token, "%d", &h_);
   if (c == column_[kK])
     std::sscanf(token, "%d", &k_);
   if (c == column_[kL])
     std::sscanf(token, "%d", &l_);
-  if (c == column_[kFo]) {
-    std::sscanf(token, "%lf", &Fo_);
-    if (squareF)
-      Fo_ *= Fo_;
-  }
-  if (c == column_[kSigma]) {
-    std::sscanf(token, "%lf", &sigma_);
-    if (column_[kFo] >= 0 && squareF)
-      sigma_ *= Fo_;
-  }
+  if (mem_.param.estimateUnobserved)
+    takeSquared(c, token);
+  else
+    takeMagnitude(c, token);
   if (c == column_[kA])
     std::sscanf(token, "%lf", &A_);
   if (c == column_[kB])
     std::sscanf(token, "%lf", &B_);
+  if (c == column_[kPhase]) {
+    std::sscanf(token, "%lf", &B_);
+    const double t = B_ * kDegree;
+    A_ = Fc_ * std::cos(t);
+    B_ = Fc_ * std::sin(t);
+  }
+}
+
+// |F| and its su, from either kind of column. The factor sqrt(2) in place of
+// 2 in the su of a magnitude from its square is kept as the established weight.
+void FcfScanner::takeMagnitude(int c, const char* token) {
+  if (c == column_[kFo])
+    std::sscanf(token, "%lf", &Fo_);
+  if (c == column_[kSigma])
+    std::sscanf(token, "%lf", &sigma_);
   if (c == column_[kFoSquared]) {
     std::sscanf(token, "%lf", &Fo_);
     Fo_ = Fo_ > 0.0 ? std::sqrt(Fo_) : 0.0;
@@ -294,12 +311,26 @@ void FcfScanner::takeToken(int c, const char* token) {
     if (Fo_ == 0.0)
       sigma_ /= Fc_ * kSqrt2;
   }
-  if (c == column_[kPhase]) {
-    std::sscanf(token, "%lf", &B_);
-    const double t = B_ * kDegree;
-    A_ = Fc_ * std::cos(t);
-    B_ = Fc_ * std::sin(t);
+}
+
+// F squared and its su, from either kind of column; a negative measured
+// square stays as it was measured, and makes its row weak.
+void FcfScanner::takeSquared(int c, const char* token) {
+  if (c == column_[kFo]) {
+    std::sscanf(token, "%lf", &modulus_);
+    modulus_ = std::fabs(modulus_);
+    Fo_ = modulus_ * modulus_;
   }
+  if (c == column_[kSigma]) {
+    std::sscanf(token, "%lf", &sigma_);
+    sigma_ *= 2.0 * modulus_;
+  }
+  if (c == column_[kFoSquared])
+    std::sscanf(token, "%lf", &Fo_);
+  if (c == column_[kSigmaSquared])
+    std::sscanf(token, "%lf", &sigma_);
+  if (c == column_[kFc])
+    std::sscanf(token, "%lf", &Fc_);
 }
 
 // Observed reflections constrain the density with the measured magnitude in
@@ -308,23 +339,20 @@ void FcfScanner::takeToken(int c, const char* token) {
 void FcfScanner::classify() {
   const int indices[3] = {boundedIndex(h_), boundedIndex(k_), boundedIndex(l_)};
   StructureFactor* reflection = new StructureFactor(indices);
+  // A Patterson datum is real; otherwise the magnitude takes the calculated direction.
+  const bool real = mem_.param.estimateUnobserved != 0;
   const double m = std::sqrt(A_ * A_ + B_ * B_);
+  const double re = real ? Fo_ : A_ * Fo_ / m, im = real ? 0.0 : B_ * Fo_ / m;
   if (3.0 * sigma_ > Fo_) {
     weak_.add(reflection);
-    mem_.refFobsRe.push_back(A_ * Fo_ / m);
-    mem_.refFobsIm.push_back(B_ * Fo_ / m);
+    mem_.refFobsRe.push_back(re);
+    mem_.refFobsIm.push_back(im);
     mem_.refFobsSigma.push_back(sigma_);
     return;
   }
   mem_.reflections.add(reflection);
-  if (mem_.param.estimateUnobserved) {
-    // A Patterson-like datum: real and positive.
-    FobsRe_.push_back(Fo_);
-    FobsIm_.push_back(0.0);
-  } else {
-    FobsRe_.push_back(A_ * Fo_ / m);
-    FobsIm_.push_back(B_ * Fo_ / m);
-  }
+  FobsRe_.push_back(re);
+  FobsIm_.push_back(im);
   weightF_.push_back(mem_.param.coefE / (sigma_ * sigma_));
 }
 
@@ -342,12 +370,21 @@ bool FcfScanner::storeValues() {
                    "with the sum of the atomic numbers of all atoms in the cell.\n");
     return false;
   }
+  if (mem_.param.estimateUnobserved && f000Read_) {
+    // The Patterson function of a density integrates to its charge squared;
+    // a control file states that total itself.
+    mem_.targetMoment[0] = (moment[0] + moment[1]) * (moment[0] + moment[1]);
+    mem_.targetMoment[1] = 0.0;
+  }
   UnitCell& uc = mem_.unitCell;
   uc.orthoMatrix.SetC2Ortho(uc.cell);
   uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
   uc.createSymmetryOP();
-  // The file has no grid: it always follows the resolution.
-  mem_.gridSize[0] = mem_.gridSize[1] = mem_.gridSize[2] = 0;
+  // The file has no grid: it follows the resolution, unless the Alb control
+  // file that named it gave one.
+  if (!mem_.param.estimateUnobserved)
+    mem_.gridSize[0] = mem_.gridSize[1] = mem_.gridSize[2] = 0;
+  mem_.voxelVolume = GridVoxelVolume(mem_);
   if (!SettleGrid(mem_))
     return false;
   mem_.nRefE = weak_.size();

@@ -1,4 +1,5 @@
 // Entry from a data file to the analysis state: the reader chosen by file type, then symmetry expansion.
+#include "app/IO.h"
 #include "mem/MEMData3D.h"
 
 bool MEMData3D::ReadFobs() {
@@ -27,6 +28,10 @@ bool MEMData3D::ReadFobs() {
   default:
     // Condition files, Alb control files and plain .hkl files carry no data
     // of their own; neither does a .mep file declared with negative scattering.
+    if (param.estimateUnobserved)
+      IO::PrintError("An .alb control file names its reflections as an .fcf, .ffo, .mem or .mep file;\n"
+                     "there is no reader for this one:\n%s\n",
+                     param.dataFile.c_str());
     break;
   }
   if (read) {
@@ -35,6 +40,16 @@ bool MEMData3D::ReadFobs() {
     ObjVector<StructureFactor> absent;
     StructureFactor::ExpandReflectionList(reflections, absent, unitCell.symOp,
                                           unitCell.orthoInverse, 3, 1 - unitCell.centric);
+    // The route's data are squared amplitudes: every equivalent of an allowed
+    // reflection holds the same real value, whatever the group's translations.
+    if (param.estimateUnobserved)
+      StructureFactor::DropTranslationPhases(reflections, absent);
+  }
+  if (read && param.estimateUnobserved && nRefF + nGroups == 0) {
+    // Every row weak (below three su), or none at all: nothing to fit.
+    IO::PrintError("No reflection of the data rises above three standard uncertainties:\n%s\n",
+                   param.dataFile.c_str());
+    read = false;
   }
   if (param.estimateUnobserved) {
     // The generated list spans the grid's whole index box: a grid that no
