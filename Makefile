@@ -4,7 +4,7 @@
 BUILD     ?= build
 JOBS      ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE   ?= examples/rutile.prf
-PACKAGES  := cmake make g++ pkg-config libfftw3-dev libopenblas-dev libgtest-dev gemmi-dev libpng-dev \
+PACKAGES  := cmake make g++ pkg-config libfftw3-dev libopenblas-dev libgtest-dev gemmi-dev tao-pegtl-dev libpng-dev \
              python3-gemmi
 TABLE_PACKAGES := python3 python3-cctbx python3-spglib python3-gemmi python3-numpy python3-pymatgen
 SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
