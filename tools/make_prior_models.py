@@ -2,7 +2,7 @@
 """Write the model files of the prior companion's example and tests.
 
 examples/rutile.cif       the rutile model of examples/models.py in the data's origin
-tests/prior/data/*        the same model in a shifted origin (CIF) and as SHELX .res
+tests/data/prior/*        the same model in a shifted origin (CIF) and as SHELX .res
 
 The operators come from gemmi's tables; a shifted file carries the operators
 and coordinates of the origin moved by SHIFT, as a database file in another
@@ -81,7 +81,7 @@ def res_text(example):
 
 
 def main():
-    data = os.path.join(ROOT, "tests", "prior", "data")
+    data = os.path.join(ROOT, "tests", "data", "prior")
     os.makedirs(data, exist_ok=True)
     with open(os.path.join(ROOT, "examples", "rutile.cif"), "w") as f:
         f.write(cif_text(RUTILE))
