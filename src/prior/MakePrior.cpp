@@ -64,7 +64,7 @@ PriorWritten MakePrior(const PriorOptions& o, FILE* out) {
         CheckNeutronElements(model);
     }
     const Radiation radiation = neutron ? Radiation::Neutron : Radiation::Xray;
-    const std::string note = CompareCells(model.cell, mem->unitCell.cell, mem->param.dataFile);
+    const std::string note = CompareCells(model.cell, model.source, mem->unitCell.cell, mem->param.dataFile);
 
     const std::vector<gemmi::Op> dataOps = DataOperators(mem->unitCell.symOp);
     const gemmi::Op::Tran t = ChooseOrigin(model, *mem, dataOps, radiation, out);

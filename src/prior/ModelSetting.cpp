@@ -107,18 +107,21 @@ std::string ShiftText(const gemmi::Op::Tran& t) {
     return "x" + Fraction(t[0]) + ",y" + Fraction(t[1]) + ",z" + Fraction(t[2]);
 }
 
-std::string CompareCells(const gemmi::UnitCell& model, const float* data, const std::string& dataName) {
+std::string CompareCells(const gemmi::UnitCell& model, const std::string& modelName, const float* data,
+                         const std::string& dataName) {
     const double m[6] = {model.a, model.b, model.c, model.alpha, model.beta, model.gamma};
     double worstLength = 0.0, worstAngle = 0.0;
     for (int i = 0; i < 3; ++i) worstLength = std::max(worstLength, std::fabs(m[i] / data[i] - 1.0));
     for (int i = 3; i < 6; ++i) worstAngle = std::max(worstAngle, std::fabs(m[i] - data[i]));
-    char text[400];
-    snprintf(text, sizeof text, "%.4f %.4f %.4f %.3f %.3f %.3f against the data's %.4f %.4f %.4f %.3f %.3f %.3f",
-             m[0], m[1], m[2], m[3], m[4], m[5], data[0], data[1], data[2], data[3], data[4], data[5]);
+    char cells[300];
+    snprintf(cells, sizeof cells, "%.4f %.4f %.4f %.3f %.3f %.3f of %s and %.4f %.4f %.4f %.3f %.3f %.3f of %s",
+             m[0], m[1], m[2], m[3], m[4], m[5], modelName.c_str(), data[0], data[1], data[2], data[3], data[4],
+             data[5], dataName.c_str());
     if (!(worstLength <= 0.01) || !(worstAngle <= 0.5))
-        throw PriorError("the model's cell " + std::string(text) + " of " + dataName +
-                         " differs by more than 1 % or 0.5 degrees");
+        throw PriorError("the cells " + std::string(cells) +
+                         " differ by more than 1 % in a length or 0.5 degrees in an angle");
     if (worstLength > 1e-4 || worstAngle > 1e-3)
-        return "Note: the model's cell " + std::string(text) + "; atoms are placed by their fractional coordinates";
+        return "Note: the cells " + std::string(cells) +
+               " differ a little; atoms are placed by their fractional coordinates in the data's cell";
     return "";
 }

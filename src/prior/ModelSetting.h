@@ -27,4 +27,5 @@ std::string ShiftText(const gemmi::Op::Tran& t);
 // Compares the model's cell with the data's (a, b, c, alpha, beta, gamma).
 // Throws PriorError beyond 1 % in a length or 0.5 degrees in an angle;
 // returns a note for a smaller difference, else an empty text.
-std::string CompareCells(const gemmi::UnitCell& model, const float* data, const std::string& dataName);
+std::string CompareCells(const gemmi::UnitCell& model, const std::string& modelName, const float* data,
+                         const std::string& dataName);
