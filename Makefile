@@ -12,7 +12,7 @@ SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 FUZZ_PACKAGES := clang libclang-rt-14-dev libomp-14-dev
 FUZZ_SECONDS ?= 600
 
-.PHONY: all deps configure build run test asan bench fuzz tables examples clean
+.PHONY: all deps configure build run test asan bench prior-evidence fuzz tables examples clean
 
 all: build
 
@@ -47,6 +47,11 @@ asan: deps
 bench: build
 	cmake --build $(BUILD) -j $(JOBS) --target cycle_bench
 	sh bench/run_bench.sh $(BUILD)
+
+# Developer-time only: the table and plot of docs/prior_evidence.* (about a minute):
+# exact maximum-entropy densities of two crystals with priors of every uniform fraction W.
+prior-evidence: build
+	/usr/bin/python3 tools/prior_evidence.py $(BUILD) docs
 
 # Each fuzz target for FUZZ_SECONDS (clang's libFuzzer with AddressSanitizer and
 # UndefinedBehaviorSanitizer), one thread per run. New inputs gather in

@@ -113,7 +113,7 @@ std::string CompareCells(const gemmi::UnitCell& model, const std::string& modelN
     double worstLength = 0.0, worstAngle = 0.0;
     for (int i = 0; i < 3; ++i) worstLength = std::max(worstLength, std::fabs(m[i] / data[i] - 1.0));
     for (int i = 3; i < 6; ++i) worstAngle = std::max(worstAngle, std::fabs(m[i] - data[i]));
-    char cells[300];
+    char cells[9000];
     snprintf(cells, sizeof cells, "%.4f %.4f %.4f %.3f %.3f %.3f of %s and %.4f %.4f %.4f %.3f %.3f %.3f of %s",
              m[0], m[1], m[2], m[3], m[4], m[5], modelName.c_str(), data[0], data[1], data[2], data[3], data[4],
              data[5], dataName.c_str());
