@@ -38,6 +38,9 @@ AtomModel ReadModel(const std::string& path) {
 
 void CheckModel(const AtomModel& model) {
     const std::string& path = model.source;
+    // Angles that close no parallelepiped leave a cell without a volume.
+    if (!(model.cell.volume > 0.0) || !std::isfinite(model.cell.volume))
+        throw PriorError(path + ": the cell constants give no cell");
     for (const ModelSite& s : model.sites) {
         if (s.element == gemmi::El::X || !gemmi::IT92<double>::has(s.element))
             throw PriorError(path + ": atom " + s.label + " is of an unknown element");

@@ -120,7 +120,7 @@ AtomDisplacement DisplacementOf(const ModelSite& site, const gemmi::UnitCell& ce
         }
         uIso = (u.u11 + u.u22 + u.u33) / 3.0;
     }
-    d.bIso = kEightPiSq * std::max(uIso, kMinimumU);
+    d.bIso = kEightPiSq * (std::isfinite(uIso) ? std::max(uIso, kMinimumU) : kMinimumU);
     return d;
 }
 
