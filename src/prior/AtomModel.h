@@ -38,5 +38,9 @@ AtomModel ReadModel(const std::string& path);
 AtomModel ReadCifModel(const std::string& path);
 AtomModel ReadResModel(const std::string& path);
 
+// An operator such as "-x+1/2,y,z": whole-number rotation of determinant +-1,
+// small numbers only. Throws PriorError naming `source` otherwise.
+gemmi::Op ParseOperator(const std::string& text, const std::string& source);
+
 // Checks that every site is usable: finite numbers, a known element. Throws PriorError.
 void CheckModel(const AtomModel& model);

@@ -26,6 +26,28 @@ bool Finite(const gemmi::Fractional& f) {
 
 }  // namespace
 
+gemmi::Op ParseOperator(const std::string& text, const std::string& source) {
+    const std::string refused = source + ": '" + text.substr(0, 60) + "' is not a symmetry operator";
+    // Long digit runs would overflow the parser's arithmetic; no operator needs them.
+    size_t run = 0;
+    for (char c : text) {
+        run = std::isdigit(static_cast<unsigned char>(c)) ? run + 1 : 0;
+        if (run > 3) throw PriorError(refused);
+    }
+    gemmi::Op op;
+    try {
+        op = gemmi::parse_triplet(text);
+    } catch (const std::exception&) {
+        throw PriorError(refused);
+    }
+    for (const auto& row : op.rot)
+        for (int v : row)
+            if (v % gemmi::Op::DEN != 0 || std::abs(v) > gemmi::Op::DEN) throw PriorError(refused);
+    const int det = op.det_rot() / (gemmi::Op::DEN * gemmi::Op::DEN * gemmi::Op::DEN);
+    if (det != 1 && det != -1) throw PriorError(refused);
+    return op.wrap();
+}
+
 AtomModel ReadModel(const std::string& path) {
     const std::string e = Extension(path);
     AtomModel model;

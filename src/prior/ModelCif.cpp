@@ -24,12 +24,15 @@ std::vector<gemmi::Op> GroupOperators(gemmi::cif::Block& block, const std::strin
         gemmi::cif::Column column = block.find_values(tag);
         if (!column || column.length() == 0) continue;
         std::vector<gemmi::Op> ops;
-        for (const std::string& text : column) ops.push_back(gemmi::parse_triplet(gemmi::cif::as_string(text)));
+        for (const std::string& text : column) ops.push_back(ParseOperator(gemmi::cif::as_string(text), path));
         return ops;
     }
     for (const char* tag : {"_space_group_name_Hall", "_symmetry_space_group_name_Hall"})
         if (const std::string* value = block.find_value(tag)) {
             name = gemmi::cif::as_string(*value);
+            // The symbol's change of basis is an operator text: check it first.
+            const size_t open = name.find('(');
+            if (open != std::string::npos) ParseOperator(name.substr(open + 1, name.find(')', open) - open - 1), path);
             return gemmi::symops_from_hall(name.c_str()).all_ops_sorted();
         }
     for (const char* tag : {"_space_group_name_H-M_alt", "_symmetry_space_group_name_H-M"})

@@ -99,6 +99,12 @@ std::vector<gemmi::Op> ExpandLattice(const std::vector<gemmi::Op>& symm, int lat
     return ops;
 }
 
+// Difference-map peaks Q1, Q2, ... are listed like atoms but are none.
+bool IsPeak(const std::string& label) {
+    return label.size() > 1 && label[0] == 'Q' &&
+           label.find_first_not_of("0123456789", 1) == std::string::npos;
+}
+
 struct ResState {
     AtomModel model;
     std::vector<gemmi::Element> sfac;
@@ -171,16 +177,12 @@ void ReadLine(ResState& s, const std::vector<std::string>& w, const std::string&
     } else if (key == "SYMM") {
         std::string text;
         for (size_t i = 1; i < w.size(); ++i) text += w[i];
-        try {
-            s.symm.push_back(gemmi::parse_triplet(text));
-        } catch (const std::exception&) {
-            throw PriorError(path + ": SYMM '" + text + "' is not an operator");
-        }
+        s.symm.push_back(ParseOperator(text, path));
     } else if (key == "SFAC") {
         ReadSfac(s, w);
     } else if (key == "FVAR") {
         for (size_t i = 1; i < w.size() && ToNumber(w[i], x); ++i) s.fvar.push_back(x);
-    } else if (Instructions().count(key) == 0 && w.size() > 1 && ToNumber(w[1], x)) {
+    } else if (Instructions().count(key) == 0 && w.size() > 1 && ToNumber(w[1], x) && !IsPeak(key)) {
         ReadAtom(s, w, path);
     }
 }
