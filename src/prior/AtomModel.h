@@ -42,5 +42,9 @@ AtomModel ReadResModel(const std::string& path);
 // small numbers only. Throws PriorError naming `source` otherwise.
 gemmi::Op ParseOperator(const std::string& text, const std::string& source);
 
+// Whether the cell has lengths of 0.1 to 10000 A and a volume of at least
+// 1 % of a b c.
+bool UsableCell(const gemmi::UnitCell& cell);
+
 // Checks that every site is usable: finite numbers, a known element. Throws PriorError.
 void CheckModel(const AtomModel& model);

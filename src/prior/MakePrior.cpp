@@ -1,6 +1,8 @@
 // The steps of halvorin-prior in order, with the console lines that tell what each decided.
 #include "prior/MakePrior.h"
 
+#include <algorithm>
+
 #include <gemmi/neutron92.hpp>
 
 #include "mem/GridSymmetry.h"
@@ -14,6 +16,18 @@ namespace {
 // the nearest ones, the data's own first.
 constexpr size_t kMostOrigins = 64;
 constexpr size_t kReflectionsForOrigin = 300;
+// Atomic cores are about 0.1 A wide; a grid much coarser samples them by
+// their peaks alone, and the prior's structure factors fall off at high angle.
+constexpr double kCoarseVoxel = 0.15;
+
+// The longest distance between neighbouring lattice planes of the grid.
+double VoxelEdge(const MEMData3D& mem) {
+    const gemmi::UnitCell cell = AnalysisCell(mem);
+    const double reciprocal[3] = {cell.ar, cell.br, cell.cr};
+    double edge = 0.0;
+    for (int i = 0; i < 3; ++i) edge = std::max(edge, 1.0 / (mem.gridSize[i] * reciprocal[i]));
+    return edge;
+}
 
 bool HasNegativeScatterer(const AtomModel& model) {
     for (const ModelSite& s : model.sites)
@@ -64,6 +78,7 @@ PriorWritten MakePrior(const PriorOptions& o, FILE* out) {
         CheckNeutronElements(model);
     }
     const Radiation radiation = neutron ? Radiation::Neutron : Radiation::Xray;
+    if (!UsableCell(AnalysisCell(*mem))) throw PriorError(mem->param.dataFile + ": the cell constants give no usable cell");
     const std::string note = CompareCells(model.cell, model.source, mem->unitCell.cell, mem->param.dataFile);
 
     const std::vector<gemmi::Op> dataOps = DataOperators(mem->unitCell.symOp);
@@ -79,6 +94,10 @@ PriorWritten MakePrior(const PriorOptions& o, FILE* out) {
     const PriorWritten w = WritePrior(*mem, grids, o.uniformFraction, title);
     if (!out) return w;
     if (!note.empty()) fprintf(out, "%s\n", note.c_str());
+    const double edge = VoxelEdge(*mem);
+    if (edge > kCoarseVoxel)
+        fprintf(out, "Note: voxels of up to %.2f A sample the atoms' cores coarsely; a grid of 0.1 A "
+                     "represents the model better\n", edge);
     fprintf(out, "Model:         %s, %zu sites, %s\n", model.source.c_str(), model.sites.size(),
             neutron ? "neutron scattering lengths" : "X-ray form factors (IT92)");
     fprintf(out, "Data:          %s, %s, grid %d x %d x %d, %d voxels in the asymmetric unit\n",

@@ -26,6 +26,14 @@ bool Finite(const gemmi::Fractional& f) {
 
 }  // namespace
 
+bool UsableCell(const gemmi::UnitCell& cell) {
+    // Angles that close no parallelepiped leave no volume; a nearly flat cell
+    // has reciprocal lengths that no grid can follow.
+    const double box = cell.a * cell.b * cell.c;
+    return std::isfinite(cell.volume) && std::isfinite(box) && box > 0.0 && cell.volume > 0.01 * box &&
+           cell.a < 1e4 && cell.b < 1e4 && cell.c < 1e4 && cell.a > 0.1 && cell.b > 0.1 && cell.c > 0.1;
+}
+
 gemmi::Op ParseOperator(const std::string& text, const std::string& source) {
     const std::string refused = source + ": '" + text.substr(0, 60) + "' is not a symmetry operator";
     // Long digit runs would overflow the parser's arithmetic; no operator needs them.
@@ -60,9 +68,7 @@ AtomModel ReadModel(const std::string& path) {
 
 void CheckModel(const AtomModel& model) {
     const std::string& path = model.source;
-    // Angles that close no parallelepiped leave a cell without a volume.
-    if (!(model.cell.volume > 0.0) || !std::isfinite(model.cell.volume))
-        throw PriorError(path + ": the cell constants give no cell");
+    if (!UsableCell(model.cell)) throw PriorError(path + ": the cell constants give no usable cell");
     for (const ModelSite& s : model.sites) {
         if (s.element == gemmi::El::X || !gemmi::IT92<double>::has(s.element))
             throw PriorError(path + ": atom " + s.label + " is of an unknown element");

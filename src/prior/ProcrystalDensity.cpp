@@ -135,8 +135,12 @@ ProcrystalGrids ComputeProcrystal(const AtomModel& model, const std::vector<Mode
                                   Radiation radiation) {
     std::vector<gemmi::Atom> positive, negative;
     for (const ModelSite& site : sites) {
+        // An element that does not scatter (a zero scattering length) adds
+        // nothing, and its cutoff radius would be infinite.
+        const double strength = ScatteringFactor(site.element, 0.0, radiation);
+        if (strength == 0.0 || !std::isfinite(strength)) continue;
         const gemmi::Atom atom = MakeAtom(site, ImageWeight(site, model, ops), cell);
-        const bool below = radiation == Radiation::Neutron && ScatteringFactor(site.element, 0.0, radiation) < 0.0;
+        const bool below = strength < 0.0;
         (below ? negative : positive).push_back(atom);
     }
     ProcrystalGrids out;
