@@ -4,7 +4,7 @@
 BUILD     ?= build
 JOBS      ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE   ?= examples/rutile.prf
-PACKAGES  := cmake make g++ pkg-config libfftw3-dev libopenblas-dev libgtest-dev gemmi-dev libpng-dev \
+PACKAGES  := cmake make g++ pkg-config libfftw3-dev libopenblas-dev libgtest-dev gemmi-dev tao-pegtl-dev libpng-dev \
              python3-gemmi parallel
 TABLE_PACKAGES := python3 python3-cctbx python3-spglib python3-gemmi python3-numpy python3-pymatgen
 SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
@@ -12,7 +12,7 @@ SUDO      := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 FUZZ_PACKAGES := clang libclang-rt-14-dev libomp-14-dev
 FUZZ_SECONDS ?= 600
 
-.PHONY: all deps configure build run test asan bench bench-algorithms fuzz tables examples clean
+.PHONY: all deps configure build run test asan bench bench-algorithms prior-evidence fuzz tables examples clean
 
 all: build
 
@@ -52,6 +52,11 @@ bench: build
 bench-algorithms: build
 	cmake --build $(BUILD) -j $(JOBS) --target cycle_bench
 	sh bench/run_algorithms.sh $(BUILD)
+
+# Developer-time only: the table and plot of docs/prior_evidence.* (about a minute):
+# exact maximum-entropy densities of two crystals with priors of every uniform fraction W.
+prior-evidence: build
+	/usr/bin/python3 tools/prior_evidence.py $(BUILD) docs
 
 # Each fuzz target for FUZZ_SECONDS (clang's libFuzzer with AddressSanitizer and
 # UndefinedBehaviorSanitizer), one thread per run. New inputs gather in

@@ -203,17 +203,18 @@ int MEMData3D::ReadPrior2() {
     });
     fclose(f);
 
-    // Without a restart file the prior is also the start. The copy covers
-    // nVoxel bytes, not nVoxel values: prior runs have always started from
-    // this partly seeded density, and their results are kept comparable.
+    // Without a restart file the analysis starts at the prior's density, so
+    // that every algorithm starts where the entropy is highest, with every
+    // voxel and both channels taken from the file.
     if (param.startType == 0) {
         for (ThreadData* block : threads) {
             block->ReserveMinusSide();
-            const size_t bytes = static_cast<size_t>(block->nVoxel);
+            const size_t bytes = sizeof(double) * static_cast<size_t>(block->nVoxel);
             std::memcpy(block->rho1Old.p_, block->prior1, bytes);
             std::memcpy(block->rho1.p_, block->prior1, bytes);
             std::memcpy(block->rho2Old.p_, block->prior2, bytes);
             std::memcpy(block->rho2.p_, block->prior2, bytes);
+            block->Add_Rho12();
         }
     }
     return 0;
