@@ -211,6 +211,10 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
         steepest.Norm2(&gnorm);
     }
     double step = 1.0 / gnorm;
+    if (ws.scale > 0.0) {
+        d *= ws.scale;
+        step = 1.0;
+    }
 
     int ret = 0;
     for (int k = 1, end = 0;; ++k) {
@@ -272,6 +276,7 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
             it.y.Dot(&yy, it.y);
         }
         it.ys = ys;
+        if (ys > 0.0 && yy > 0.0) ws.scale = ys / yy;
 
         const int bound = std::min(m, k);
         end = (end + 1) % m;

@@ -84,6 +84,12 @@ struct lbfgs_workspace {
     VectorXDMP xp, gp, w, pg;    // previous point and gradient, search scratch, pseudo-gradient
     std::unique_ptr<tag_iteration_data[]> lm;
     int m = 0;                   // pairs in lm
+    // ys / yy of the last pair of an earlier run, 0 while there is none. A run
+    // that finds it scales its first direction by it and tries the step 1, as
+    // later iterations do, instead of a step of 1 / |g|: a gradient that has
+    // become small in late runs would otherwise make that first step far too
+    // long and cost a dozen or more evaluations to halve back.
+    double scale = 0.0;
 };
 
 // What a line search hands on to the objective.

@@ -187,6 +187,9 @@ public:
   double CONF0 = 0.0;
   double CONG0 = 0.0;
   int cycle = 0;
+  int evaluations = 0;                  // L-BFGS: evaluations of the objective
+  double recentObjective[10] = {};      // L-BFGS: Q of the last cycles of a run, by k mod 10
+  bool stalled = false;                 // Cambridge ended without meeting its own stop test
   double sumFobs = 0.0;
   double sumWFobs2 = 0.0;
   double sumGobs = 0.0;

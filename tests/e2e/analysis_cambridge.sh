@@ -22,6 +22,7 @@ awk -v c0="$c0" -v c="$c" 'BEGIN { exit !(c < c0 / 100) }' || fail "fit did not 
 verdict=satisfied
 awk -v c="$c" 'BEGIN { exit !(0.0002 > c - 1) }' || verdict="not satisfied"
 grep -q "The constraints have been $verdict." "$out" || fail "verdict does not match CONSTR $c"
+! grep -q "The Cambridge algorithm has not converged" "$out" || fail "a converged run is called stalled"
 example_density "$dir/rutile_n.pgrid" rutile_n >/dev/null
 echo "Cambridge: $last cycles, CONSTR $c0 -> $c"
 

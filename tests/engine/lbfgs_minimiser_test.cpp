@@ -124,3 +124,35 @@ TEST(Minimiser, FailedLineSearchRestoresTheLastPoint) {
     EXPECT_EQ(prob.evaluations, 1 + p.max_linesearch);
     EXPECT_EQ(Flatten(x), start);
 }
+
+// A run that shares its workspace with an earlier one starts with that run's
+// curvature: on 50 (x - 1)^2 the first step lands on the minimum at once,
+// where a start of unit length along -g, near the minimum, needs many halvings.
+TEST(Minimiser, ARunAfterAnotherStartsWithItsCurvature) {
+    Problem prob{[](const std::vector<double>& x, std::vector<double>& g) {
+        double f = 0.0;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            f += 50.0 * (x[i] - 1.0) * (x[i] - 1.0);
+            g[i] = 100.0 * (x[i] - 1.0);
+        }
+        return f;
+    }};
+    lbfgs_parameter_t p = Params(1);
+    lbfgs_workspace work;
+    VectorXDMP x = Split({0.5, -0.25, 2.0, 0.0});
+    double fx = 0.0;
+    EXPECT_EQ(lbfgs(4, x, &fx, Evaluate, nullptr, &prob, &p, &work), LBFGS_SUCCESS);
+    EXPECT_NEAR(work.scale, 0.01, 1e-12);
+
+    for (int shared : {1, 0}) {
+        VectorXDMP again = Split({1.001, 0.999, 1.002, 0.998});
+        lbfgs_workspace fresh;
+        prob.evaluations = 0;
+        EXPECT_EQ(lbfgs(4, again, &fx, Evaluate, nullptr, &prob, &p, shared ? &work : &fresh), LBFGS_SUCCESS);
+        for (double v : Flatten(again)) EXPECT_NEAR(v, 1.0, 1e-6);
+        if (shared)
+            EXPECT_EQ(prob.evaluations, 2);   // the start and one step
+        else
+            EXPECT_GT(prob.evaluations, 6);
+    }
+}

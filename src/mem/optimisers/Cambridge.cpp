@@ -166,6 +166,7 @@ void AdaptMultiplier(MEMData& d) {
 }  // namespace
 
 void MEMData::Cambridge() {
+    stalled = false;
     // A density that is not finite gives nothing to search or improve: every
     // evaluation would be not-a-number, and the searches would only walk.
     if (!std::isfinite(constr)) {
@@ -212,5 +213,6 @@ void MEMData::Cambridge() {
         objective = Objective(*this);
         prevQ = objective;
     }
+    stalled = !Done(*this);
     CalcFcalc(1);
 }

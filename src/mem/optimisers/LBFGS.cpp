@@ -23,6 +23,10 @@ constexpr int kCheckpointEvery = 500;
 constexpr int kMaxIdleRuns = 100;
 // Relative mismatch of the totals below which they count as met.
 constexpr double kTotalsMet = 1e-5;
+// The objective counts as converged when it has changed by less than this per
+// electron over the last kStallCycles cycles of a run.
+constexpr int kStallCycles = 10;
+constexpr double kStallPerElectron = 1e-7;
 
 bool HasPlus(const MEMData& d) { return d.targetMoment[0] != 0.0; }
 bool HasMinus(const MEMData& d) { return d.targetMoment[1] != 0.0; }
@@ -123,6 +127,19 @@ bool Converged(const MEMData& d) {
            mismatch / (d.targetMoment[0] - d.targetMoment[1]) <= kTotalsMet;
 }
 
+// The constraint and the totals are met and the objective, with the entropy
+// in it, no longer moves: what is left to gain is below the printed digits.
+// Without this the run waits for the gradient test, which the ratio |g| / |x|
+// can take hundreds of cycles to pass while C drifts in and out of its limit.
+bool Settled(MEMData& d, double Q, int k) {
+    double& before = d.recentObjective[k % kStallCycles];
+    const double electrons = std::fabs(d.calcMoment[0]) + std::fabs(d.calcMoment[1]);
+    const bool settled = k > kStallCycles && Converged(d) &&
+                         std::fabs(Q - before) <= kStallPerElectron * electrons;
+    before = Q;
+    return settled;
+}
+
 // Results of the present density written as at the end, so that a long run leaves them behind.
 void Checkpoint(MEMData& d) {
     d.finalLambda = 1.0 / d.multipliers[0];
@@ -166,6 +183,7 @@ void MEMData::Calc_dCdR(VectorXDMP& g) {
 // Q = S+ + S- + lambda (constrF0 - 1 + wConstr) + mu1 (F+ - Q+) - mu2 (F- - Q-);
 // the order-2 term of wConstr stands for C. x is not read: its parts are the blocks'.
 double MEMData::evaluate(const VectorXDMP&, VectorXDMP& g, int, double) {
+    ++evaluations;
     Calc_dSdR(g);
     Calc_Constraint(cycle);
     Calc_dCdR(g);
@@ -185,7 +203,7 @@ int MEMData::progress(const VectorXDMP&, const VectorXDMP&, double fx, double xn
     ++cycle;
     gradNorm = ratio;
 
-    const bool done = dC <= limit && ratio < limit;
+    const bool done = (dC <= limit && ratio < limit) || Settled(*this, fx, k);
     if (cycle % 10 == 0 || done || param.printEveryCycle) {
         const double total = calcMoment[0] - calcMoment[1];
         IO::Printf(" CYCLE %d: step = %13.6E  <dQ/dR> = %13.6E\n", cycle, step, ratio);
@@ -234,6 +252,8 @@ void MEMData::L_BFGS() {
     p.m = 6;
     p.linesearch = LBFGS_LINESEARCH_BACKTRACKING_ARMIJO;
 
+    minimiser.scale = 0.0;
+    evaluations = 0;
     int idleRuns = 0;
     for (;;) {
         const int before = cycle;
@@ -248,4 +268,5 @@ void MEMData::L_BFGS() {
     }
     finalLambda = 1.0 / multipliers[0];
     CalcFcalc(1);
+    IO::Printf("L-BFGS: %d cycles, %d evaluations of the objective\n", cycle, evaluations);
 }

@@ -138,6 +138,11 @@ void WriteResults(FILE* f, const MEMData3D& d) {
         fprintf(f, "      The constraints have been satisfied.\n");
     else
         fprintf(f, "      The constraints have not been satisfied.\n");
+    // The Cambridge step models the curvature of CONSTR by its diagonal alone,
+    // and on real data its multiplier creeps: past the cycle limit more cycles
+    // rarely help, the exact solver does.
+    if (d.stalled)
+        fprintf(f, "      The Cambridge algorithm has not converged: run algorithm 4, the exact solver.\n");
     fprintf(f, "  -------------------------------------------------------------- \n\n");
     WriteElapsedTimes(f, d.timePrep, d.timeMEM);
 }
