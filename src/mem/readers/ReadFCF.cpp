@@ -314,7 +314,7 @@ void FcfScanner::takeMagnitude(int c, const char* token) {
 }
 
 // F squared and its su, from either kind of column; a negative measured
-// square stays as it was measured, and makes its row weak.
+// square stays as it was measured, and makes its row weak. No phase is needed.
 void FcfScanner::takeSquared(int c, const char* token) {
   if (c == column_[kFo]) {
     std::sscanf(token, "%lf", &modulus_);
@@ -329,8 +329,6 @@ void FcfScanner::takeSquared(int c, const char* token) {
     std::sscanf(token, "%lf", &Fo_);
   if (c == column_[kSigmaSquared])
     std::sscanf(token, "%lf", &sigma_);
-  if (c == column_[kFc])
-    std::sscanf(token, "%lf", &Fc_);
 }
 
 // Observed reflections constrain the density with the measured magnitude in
@@ -382,9 +380,10 @@ bool FcfScanner::storeValues() {
   uc.createSymmetryOP();
   // The file has no grid: it follows the resolution, unless the Alb control
   // file that named it gave one.
-  if (!mem_.param.estimateUnobserved)
+  if (mem_.param.estimateUnobserved)
+    mem_.voxelVolume = GridVoxelVolume(mem_);
+  else
     mem_.gridSize[0] = mem_.gridSize[1] = mem_.gridSize[2] = 0;
-  mem_.voxelVolume = GridVoxelVolume(mem_);
   if (!SettleGrid(mem_))
     return false;
   mem_.nRefE = weak_.size();
