@@ -43,7 +43,7 @@ AtomModel ReadResModel(const std::string& path);
 gemmi::Op ParseOperator(const std::string& text, const std::string& source);
 
 // Whether the cell has lengths of 0.1 to 10000 A and a volume of at least
-// 1 % of a b c.
+// 10 % of a b c (no angle below about 6 degrees).
 bool UsableCell(const gemmi::UnitCell& cell);
 
 // Checks that every site is usable: finite numbers, a known element. Throws PriorError.

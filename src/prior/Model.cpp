@@ -30,7 +30,7 @@ bool UsableCell(const gemmi::UnitCell& cell) {
     // Angles that close no parallelepiped leave no volume; a nearly flat cell
     // has reciprocal lengths that no grid can follow.
     const double box = cell.a * cell.b * cell.c;
-    return std::isfinite(cell.volume) && std::isfinite(box) && box > 0.0 && cell.volume > 0.01 * box &&
+    return std::isfinite(cell.volume) && std::isfinite(box) && box > 0.0 && cell.volume > 0.1 * box &&
            cell.a < 1e4 && cell.b < 1e4 && cell.c < 1e4 && cell.a > 0.1 && cell.b > 0.1 && cell.c > 0.1;
 }
 

@@ -17,6 +17,9 @@ namespace {
 // Below this U an atom is narrower than the grids of an analysis resolve and
 // its sampled peak depends on where it falls between points.
 constexpr double kMinimumU = 0.002;
+// Above this no atom is localised; larger values come from damaged files and
+// would make the atom's cutoff radius meaningless.
+constexpr double kMaximumU = 2.0;
 constexpr double kEightPiSq = 78.95683520871486;
 
 // Whether g keeps x, up to a lattice translation (within 0.01 angstrom).
@@ -113,14 +116,14 @@ AtomDisplacement DisplacementOf(const ModelSite& site, const gemmi::UnitCell& ce
     double uIso = site.uIso;
     if (site.anisotropic) {
         const gemmi::SMat33<double> u = CartesianU(site.uCif, cell);
-        if (PositiveDefinite(u, kMinimumU)) {
+        if (PositiveDefinite(u, kMinimumU) && std::max({u.u11, u.u22, u.u33}) < kMaximumU) {
             d.anisotropic = true;
             d.uCart = u;
             return d;
         }
         uIso = (u.u11 + u.u22 + u.u33) / 3.0;
     }
-    d.bIso = kEightPiSq * (std::isfinite(uIso) ? std::max(uIso, kMinimumU) : kMinimumU);
+    d.bIso = kEightPiSq * (std::isfinite(uIso) ? std::min(std::max(uIso, kMinimumU), kMaximumU) : kMinimumU);
     return d;
 }
 

@@ -14,8 +14,9 @@ enum class Radiation { Xray, Neutron };
 double ImageWeight(const ModelSite& site, const AtomModel& model, const std::vector<gemmi::Op>& ops);
 
 // Displacement as gemmi's atoms carry it: Cartesian U (square angstrom) for
-// an anisotropic site, else B. A U that is not positive definite, or below a
-// floor that keeps the atom wider than a fraction of a voxel, is replaced.
+// an anisotropic site, else B. A U that is not positive definite, below a
+// floor that keeps the atom wider than a fraction of a voxel, or above 2 A^2,
+// is replaced by an isotropic one within those bounds.
 struct AtomDisplacement {
     bool anisotropic = false;
     double bIso = 0.0;

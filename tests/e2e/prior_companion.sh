@@ -56,4 +56,7 @@ refuse 1 rutile.cif missing.prf
 refuse 2 rutile.cif rutile.prf --uniform-fraction 1.2
 refuse 2 rutile.cif
 "$PRIOR" --help | grep -q "^Usage: halvorin-prior MODEL DATA" || fail "no usage"
+# Through a link on PATH the space-group tables are found beside the real program.
+mkdir bin && ln -s "$PRIOR" bin/halvorin-prior
+PATH="$WORK/bin:$PATH" halvorin-prior rutile.cif rutile.prf -q || fail "status $? through a link"
 echo "cycle 0 with the procrystal prior: CONSTR $c0"
