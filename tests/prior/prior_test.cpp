@@ -128,18 +128,28 @@ TEST(ProcrystalPrior, DensityIsInvariantUnderTheGroupAtEveryPoint) {
     EXPECT_EQ(worst, 0);
 }
 
-// A database file in another origin, and a SHELX file whose occupancies hold
-// the site-symmetry fractions, give the prior of the CIF in the data's origin.
-TEST(ProcrystalPrior, ShiftedOriginAndShelxModelGiveTheSamePrior) {
+// A database file in another origin, a SHELX file whose occupancies hold the
+// site-symmetry fractions, and ZrO2 in two other settings of P 21/c (a cell
+// choice with beta 139 degrees, and axes permuted with c unique; written from
+// the Cartesian U) give the prior of the model in the data's setting.
+TEST(ProcrystalPrior, OtherOriginSettingAndShelxModelGiveTheSamePrior) {
     TempDir dir;
-    const std::string prf = CopyExample(dir, "rutile");
-    const CellDensity reference = ReadBack(Make(kExamples + "rutile.cif", prf).path);
-    for (const char* other : {"rutile_shifted.cif", "rutile.res"}) {
-        const CellDensity d = ReadBack(Make(kData + other, prf).path);
+    const std::string rutile = CopyExample(dir, "rutile");
+    const std::string zro2 = dir.write("zro2.mem", ReadText(std::string(HALVORIN_TEST_DATA) + "/fcf/zro2.mem"));
+    const std::vector<std::array<std::string, 3>> cases = {
+        {kExamples + "rutile.cif", rutile, kData + "rutile_shifted.cif"},
+        {kExamples + "rutile.cif", rutile, kData + "rutile.res"},
+        {kData + "zro2.cif", zro2, kData + "zro2_p21n.cif"},
+        {kData + "zro2.cif", zro2, kData + "zro2_p1121a.cif"},
+    };
+    for (const auto& c : cases) {
+        const CellDensity reference = ReadBack(Make(c[0], c[1]).path);
+        const CellDensity d = ReadBack(Make(c[2], c[1]).path);
+        ASSERT_EQ(d.positive.size(), reference.positive.size()) << c[2];
         float worst = 0.0f;
         for (size_t i = 0; i < d.positive.size(); ++i)
             worst = std::max(worst, std::fabs(d.positive[i] - reference.positive[i]) / reference.positive[i]);
-        EXPECT_LT(worst, 1e-4f) << other;
+        EXPECT_LT(worst, 1e-4f) << c[2];
     }
 }
 
