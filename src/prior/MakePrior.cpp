@@ -77,9 +77,11 @@ gemmi::Op::Tran ChooseOrigin(const AtomModel& model, const MEMData3D& mem, const
     if (change) {
         gemmi::Op total = gemmi::Op::identity();
         total.tran = t;
-        fprintf(out, "Change of basis: %s (the model's setting %s moved to the data's axes and origin; %zu origins "
+        // A CIF that lists only operators names no setting.
+        const std::string setting = model.groupName.empty() ? "" : " " + model.groupName;
+        fprintf(out, "Change of basis: %s (the model's setting%s moved to the data's axes and origin; %zu origins "
                      "fit the group, this one agrees best with the phases)\n",
-                total.combine(*change).triplet().c_str(), model.groupName.c_str(), shifts.size());
+                total.combine(*change).triplet().c_str(), setting.c_str(), shifts.size());
     } else if (t[0] || t[1] || t[2]) {
         fprintf(out, "Change of basis: %s (the model's origin moved to the data's; %zu origins fit the group, "
                      "this one agrees best with the phases)\n", ShiftText(t).c_str(), shifts.size());

@@ -50,7 +50,7 @@ std::optional<gemmi::Op> SettingChange(const std::vector<gemmi::Op>& model, cons
 AtomModel ChangedBasis(const AtomModel& model, const gemmi::Op& c) {
     AtomModel out = model;
     out.cell = gemmi::UnitCell(model.cell).changed_basis_forward(c, false);
-    out.ops = *Conjugated(model.ops, c);
+    out.ops = Conjugated(model.ops, c).value();
     // U_cif scaled by the reciprocal lengths is the covariance of the
     // fractional coordinates, which transforms with C's rotation part.
     const gemmi::Mat33 r = gemmi::rot_as_mat33(c);
