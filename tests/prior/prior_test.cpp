@@ -13,6 +13,7 @@
 #include "prior/MakePrior.h"
 #include "prior/ModelSetting.h"
 #include "prior/PriorError.h"
+#include "prior/SettingChange.h"
 
 namespace {
 
@@ -151,6 +152,34 @@ TEST(ProcrystalPrior, OtherOriginSettingAndShelxModelGiveTheSamePrior) {
             worst = std::max(worst, std::fabs(d.positive[i] - reference.positive[i]) / reference.positive[i]);
         EXPECT_LT(worst, 1e-4f) << c[2];
     }
+}
+
+// Rhombohedral axes go to hexagonal ones: a_h = 2 a_r sin(alpha / 2),
+// c_h = a_r sqrt(3 + 6 cos(alpha)), three times the operators, and the same
+// mean square displacement; an enantiomorph is no setting of the group.
+TEST(ProcrystalPrior, RhombohedralModelTakesHexagonalAxesAndEnantiomorphsAreRefused) {
+    auto ops = [](const char* name) { return gemmi::find_spacegroup_by_name(name)->operations().all_ops_sorted(); };
+    AtomModel model;
+    model.cell = gemmi::UnitCell(5.0, 5.0, 5.0, 70.0, 70.0, 70.0);
+    model.ops = ops("R -3 m:R");
+    ModelSite site;
+    site.fract = gemmi::Fractional(0.1, 0.2, 0.3);
+    site.anisotropic = true;
+    site.uCif = {0.010, 0.012, 0.014, 0.002, -0.001, 0.003};
+    model.sites = {site};
+    const std::optional<gemmi::Op> c = SettingChange(model.ops, ops("R -3 m:H"));
+    ASSERT_TRUE(c.has_value());
+    const AtomModel hex = ChangedBasis(model, *c);
+    const double alpha = 70.0 * M_PI / 180.0;
+    EXPECT_NEAR(hex.cell.a, 10.0 * std::sin(alpha / 2), 1e-9);
+    EXPECT_NEAR(hex.cell.c, 5.0 * std::sqrt(3.0 + 6.0 * std::cos(alpha)), 1e-9);
+    EXPECT_NEAR(hex.cell.gamma, 120.0, 1e-9);
+    EXPECT_EQ(hex.ops.size(), 36u);
+    const gemmi::SMat33<double> before = DisplacementOf(model.sites[0], model.cell).uCart;
+    const gemmi::SMat33<double> after = DisplacementOf(hex.sites[0], hex.cell).uCart;
+    EXPECT_NEAR(before.trace(), after.trace(), 1e-12);
+    EXPECT_NEAR(before.determinant(), after.determinant(), 1e-15);
+    EXPECT_FALSE(SettingChange(ops("P 41 21 2"), ops("P 43 21 2")).has_value());
 }
 
 // Each refusal is one line, and nothing is written.
