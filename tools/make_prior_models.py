@@ -2,21 +2,25 @@
 """Write the model files of the prior companion's example and tests.
 
 examples/rutile.cif       the rutile model of examples/models.py in the data's origin
-tests/data/prior/*        the same model in a shifted origin (CIF) and as SHELX .res
+tests/data/prior/*        the same model in a shifted origin (CIF) and as SHELX .res;
+                          the ZrO2 model of the .fcf tests in the data's setting
+                          (P 1 21/c 1) and in the settings P 1 21/n 1 and P 1 1 21/a
 
 The operators come from gemmi's tables; a shifted file carries the operators
 and coordinates of the origin moved by SHIFT, as a database file in another
 origin would.  Usage: /usr/bin/python3 tools/make_prior_models.py
 """
 
+import dataclasses
 import os
 import sys
 from fractions import Fraction
 
 import gemmi
+import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from examples.models import RUTILE  # noqa: E402
+from examples.models import RUTILE, ZRO2  # noqa: E402
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 SHIFT = (0.25, 0.25, 0.25)
@@ -32,11 +36,11 @@ def shifted_op(op, t):
     return o.triplet()
 
 
-def cif_text(example, shift=(0.0, 0.0, 0.0), comment=""):
+def cif_text(example, shift=(0.0, 0.0, 0.0), comment="", where="examples/", digits=5):
     sg = gemmi.find_spacegroup_by_name(example.space_group)
     ops = [shifted_op(op, shift) for op in sg.operations()]
     a, b, c, al, be, ga = example.cell
-    lines = [f"# {example.title.split(',')[0]}: the model behind examples/{example.name}.mem.{comment}",
+    lines = [f"# {example.title.split(',')[0]}: the model behind {where}{example.name}.mem.{comment}",
              f"data_{example.name}",
              f"_cell_length_a {a}", f"_cell_length_b {b}", f"_cell_length_c {c}",
              f"_cell_angle_alpha {al}", f"_cell_angle_beta {be}", f"_cell_angle_gamma {ga}",
@@ -48,12 +52,58 @@ def cif_text(example, shift=(0.0, 0.0, 0.0), comment=""):
     for at in example.atoms:
         x = [(at.site[i] + shift[i]) % 1.0 for i in range(3)]
         ueq = sum(at.u_cif[:3]) / 3
-        lines.append(f"{at.label} {at.element} {x[0]:.5f} {x[1]:.5f} {x[2]:.5f} {ueq:.5f} 1")
+        lines.append(f"{at.label} {at.element} {x[0]:.{digits}f} {x[1]:.{digits}f} {x[2]:.{digits}f} {ueq:.5f} 1")
     lines += ["loop_", "_atom_site_aniso_label", "_atom_site_aniso_U_11", "_atom_site_aniso_U_22",
               "_atom_site_aniso_U_33", "_atom_site_aniso_U_12", "_atom_site_aniso_U_13", "_atom_site_aniso_U_23"]
     for at in example.atoms:
-        lines.append(at.label + " " + " ".join(f"{u:.5f}" for u in at.u_cif))
+        lines.append(at.label + " " + " ".join(f"{u:.{digits}f}" for u in at.u_cif))
     return "\n".join(lines) + "\n"
+
+
+def op_set(ops):
+    return {o.wrap().triplet() for o in ops}
+
+
+def setting_change(from_group, to_group):
+    """C with x_to = C x_from, checked on the operator sets, never assumed."""
+    a = gemmi.find_spacegroup_by_name(from_group)
+    b = gemmi.find_spacegroup_by_name(to_group)
+    wanted = op_set(b.operations())
+    for c in (b.basisop.inverse().combine(a.basisop), b.basisop.combine(a.basisop.inverse())):
+        g = a.operations()
+        g.change_basis_forward(c)
+        if op_set(g) == wanted:
+            return c
+    raise SystemExit(f"no change of basis from {from_group} to {to_group}")
+
+
+def in_setting(example, group):
+    """The example in another setting of its group.  The displacements go
+    through the Cartesian U of the original axes, not through the fractional
+    tensor that the program transforms."""
+    c = setting_change(example.space_group, group)
+    rot = np.array(c.rot, dtype=float) / 24
+    cell = gemmi.UnitCell(*example.cell)
+    orth = np.array(cell.orth.mat.tolist())
+    new_orth = orth @ np.linalg.inv(rot)            # the new basis vectors, same Cartesian frame
+    new_cell = gemmi.UnitCell(*[float(np.linalg.norm(new_orth[:, i])) for i in range(3)], *[
+        float(np.degrees(np.arccos(new_orth[:, j] @ new_orth[:, k] /
+                                   np.linalg.norm(new_orth[:, j]) / np.linalg.norm(new_orth[:, k]))))
+        for j, k in ((1, 2), (2, 0), (0, 1))])
+    recip = np.array([cell.reciprocal().a, cell.reciprocal().b, cell.reciprocal().c])
+    new_recip = np.linalg.norm(np.linalg.inv(new_orth), axis=1)
+    atoms = []
+    for at in example.atoms:
+        u11, u22, u33, u12, u13, u23 = at.u_cif
+        u = np.array([[u11, u12, u13], [u12, u22, u23], [u13, u23, u33]])
+        u_cart = orth @ (np.outer(recip, recip) * u) @ orth.T
+        frac = np.linalg.inv(new_orth)
+        u_new = (frac @ u_cart @ frac.T) / np.outer(new_recip, new_recip)
+        site = tuple(float(v) % 1.0 for v in c.apply_to_xyz(list(at.site)))
+        atoms.append(type(at)(at.label, at.element, site,
+                              (u_new[0, 0], u_new[1, 1], u_new[2, 2], u_new[0, 1], u_new[0, 2], u_new[1, 2])))
+    return dataclasses.replace(example, space_group=group, atoms=tuple(atoms),
+                               cell=tuple(round(v, 8) for v in new_cell.parameters)), c
 
 
 def res_text(example):
@@ -89,6 +139,15 @@ def main():
         f.write(cif_text(RUTILE, SHIFT, " Origin moved by 1/4,1/4,1/4."))
     with open(os.path.join(data, "rutile.res"), "w") as f:
         f.write(res_text(RUTILE))
+    with open(os.path.join(data, "zro2.cif"), "w") as f:
+        f.write(cif_text(ZRO2, where="tests/data/fcf/"))
+    for group, name in (("P 1 21/n 1", "zro2_p21n.cif"), ("P 1 1 21/a", "zro2_p1121a.cif")):
+        model, c = in_setting(ZRO2, group)
+        with open(os.path.join(data, name), "w") as f:
+            f.write(cif_text(model, where="tests/data/fcf/", digits=8,
+                             comment=f" In the setting {group}: x' = {c.triplet()} of P 1 21/c 1."))
+
+
 
 
 if __name__ == "__main__":

@@ -2,6 +2,7 @@
 #include "prior/MakePrior.h"
 
 #include <algorithm>
+#include <optional>
 
 #include <gemmi/neutron92.hpp>
 
@@ -9,6 +10,7 @@
 #include "prior/ModelSetting.h"
 #include "prior/OriginChoice.h"
 #include "prior/PriorError.h"
+#include "prior/SettingChange.h"
 
 namespace {
 
@@ -45,13 +47,25 @@ std::string GroupText(const MEMData3D& mem) {
     return std::string(mem.unitCell.spgName) + " (" + std::to_string(mem.nSymOp) + " operators)";
 }
 
-gemmi::Op::Tran ChooseOrigin(const AtomModel& model, const MEMData3D& mem, const std::vector<gemmi::Op>& dataOps,
-                             Radiation radiation, FILE* out) {
-    std::vector<gemmi::Op::Tran> shifts = OriginShifts(model.ops, dataOps);
-    if (shifts.empty())
+// The model on the data's axes: unchanged when the operators agree up to an
+// origin shift, else transformed by the change of basis between the two
+// settings of the group. Another group is refused, naming both.
+AtomModel InDataSetting(const AtomModel& model, const MEMData3D& mem, const std::vector<gemmi::Op>& dataOps,
+                        std::optional<gemmi::Op>* change) {
+    if (!OriginShifts(model.ops, dataOps).empty()) return model;
+    *change = SettingChange(model.ops, dataOps);
+    if (!*change)
         throw PriorError("the model's space group " + model.groupName + " (" + std::to_string(model.ops.size()) +
                          " operators) of " + model.source + " is not the data's " + GroupText(mem) +
-                         " in any origin");
+                         " in any origin or setting");
+    return ChangedBasis(model, **change);
+}
+
+// Of the origins that the group allows, the one the phases favour; one
+// console line gives the whole change of basis when it is not the identity.
+gemmi::Op::Tran ChooseOrigin(const AtomModel& model, const MEMData3D& mem, const std::vector<gemmi::Op>& dataOps,
+                             const std::optional<gemmi::Op>& change, Radiation radiation, FILE* out) {
+    std::vector<gemmi::Op::Tran> shifts = OriginShifts(model.ops, dataOps);
     if (shifts.size() > kMostOrigins) shifts.resize(kMostOrigins);
     double correlation = 0.0;
     const size_t best = shifts.size() == 1 ? 0
@@ -59,30 +73,42 @@ gemmi::Op::Tran ChooseOrigin(const AtomModel& model, const MEMData3D& mem, const
                                                         PhasedReflections(mem, kReflectionsForOrigin), radiation,
                                                         &correlation);
     const gemmi::Op::Tran t = shifts[best];
-    if (out && (t[0] || t[1] || t[2]))
+    if (!out) return t;
+    if (change) {
+        gemmi::Op total = gemmi::Op::identity();
+        total.tran = t;
+        // A CIF that lists only operators names no setting.
+        const std::string setting = model.groupName.empty() ? "" : " " + model.groupName;
+        fprintf(out, "Change of basis: %s (the model's setting%s moved to the data's axes and origin; %zu origins "
+                     "fit the group, this one agrees best with the phases)\n",
+                total.combine(*change).triplet().c_str(), setting.c_str(), shifts.size());
+    } else if (t[0] || t[1] || t[2]) {
         fprintf(out, "Change of basis: %s (the model's origin moved to the data's; %zu origins fit the group, "
                      "this one agrees best with the phases)\n", ShiftText(t).c_str(), shifts.size());
+    }
     return t;
 }
 
 }  // namespace
 
 PriorWritten MakePrior(const PriorOptions& o, FILE* out) {
-    const AtomModel model = ReadModel(o.model);
+    const AtomModel read = ReadModel(o.model);
     bool neutron = o.neutron;
-    if (neutron) CheckNeutronElements(model);
-    std::unique_ptr<MEMData3D> mem = LoadAnalysis(o.data, neutron && HasNegativeScatterer(model));
+    if (neutron) CheckNeutronElements(read);
+    std::unique_ptr<MEMData3D> mem = LoadAnalysis(o.data, neutron && HasNegativeScatterer(read));
     if (mem->targetMoment[0] != 0.0 && mem->targetMoment[1] != 0.0 && !neutron) {
         // Two density channels exist only for nuclear densities.
         neutron = true;
-        CheckNeutronElements(model);
+        CheckNeutronElements(read);
     }
     const Radiation radiation = neutron ? Radiation::Neutron : Radiation::Xray;
     if (!UsableCell(AnalysisCell(*mem))) throw PriorError(mem->param.dataFile + ": the cell constants give no usable cell");
-    const std::string note = CompareCells(model.cell, model.source, mem->unitCell.cell, mem->param.dataFile);
-
     const std::vector<gemmi::Op> dataOps = DataOperators(mem->unitCell.symOp);
-    const gemmi::Op::Tran t = ChooseOrigin(model, *mem, dataOps, radiation, out);
+    std::optional<gemmi::Op> change;
+    const AtomModel model = InDataSetting(read, *mem, dataOps, &change);
+    // The cells are compared on the data's axes, after any change of basis.
+    const std::string note = CompareCells(model.cell, model.source, mem->unitCell.cell, mem->param.dataFile);
+    const gemmi::Op::Tran t = ChooseOrigin(model, *mem, dataOps, change, radiation, out);
     const std::vector<ModelSite> sites = ShiftedSites(model.sites, t);
     const std::vector<int> gridOps = MakeGridOperators(mem->unitCell.symOp, mem->gridSize);
     const ProcrystalGrids grids =

@@ -13,6 +13,7 @@
 #include "prior/MakePrior.h"
 #include "prior/ModelSetting.h"
 #include "prior/PriorError.h"
+#include "prior/SettingChange.h"
 
 namespace {
 
@@ -128,19 +129,57 @@ TEST(ProcrystalPrior, DensityIsInvariantUnderTheGroupAtEveryPoint) {
     EXPECT_EQ(worst, 0);
 }
 
-// A database file in another origin, and a SHELX file whose occupancies hold
-// the site-symmetry fractions, give the prior of the CIF in the data's origin.
-TEST(ProcrystalPrior, ShiftedOriginAndShelxModelGiveTheSamePrior) {
+// A database file in another origin, a SHELX file whose occupancies hold the
+// site-symmetry fractions, and ZrO2 in two other settings of P 21/c (a cell
+// choice with beta 139 degrees, and axes permuted with c unique; written from
+// the Cartesian U) give the prior of the model in the data's setting.
+TEST(ProcrystalPrior, OtherOriginSettingAndShelxModelGiveTheSamePrior) {
     TempDir dir;
-    const std::string prf = CopyExample(dir, "rutile");
-    const CellDensity reference = ReadBack(Make(kExamples + "rutile.cif", prf).path);
-    for (const char* other : {"rutile_shifted.cif", "rutile.res"}) {
-        const CellDensity d = ReadBack(Make(kData + other, prf).path);
+    const std::string rutile = CopyExample(dir, "rutile");
+    const std::string zro2 = dir.write("zro2.mem", ReadText(std::string(HALVORIN_TEST_DATA) + "/fcf/zro2.mem"));
+    const std::vector<std::array<std::string, 3>> cases = {
+        {kExamples + "rutile.cif", rutile, kData + "rutile_shifted.cif"},
+        {kExamples + "rutile.cif", rutile, kData + "rutile.res"},
+        {kData + "zro2.cif", zro2, kData + "zro2_p21n.cif"},
+        {kData + "zro2.cif", zro2, kData + "zro2_p1121a.cif"},
+    };
+    for (const auto& c : cases) {
+        const CellDensity reference = ReadBack(Make(c[0], c[1]).path);
+        const CellDensity d = ReadBack(Make(c[2], c[1]).path);
+        ASSERT_EQ(d.positive.size(), reference.positive.size()) << c[2];
         float worst = 0.0f;
         for (size_t i = 0; i < d.positive.size(); ++i)
             worst = std::max(worst, std::fabs(d.positive[i] - reference.positive[i]) / reference.positive[i]);
-        EXPECT_LT(worst, 1e-4f) << other;
+        EXPECT_LT(worst, 1e-4f) << c[2];
     }
+}
+
+// Rhombohedral axes go to hexagonal ones: a_h = 2 a_r sin(alpha / 2),
+// c_h = a_r sqrt(3 + 6 cos(alpha)), three times the operators, and the same
+// mean square displacement; an enantiomorph is no setting of the group.
+TEST(ProcrystalPrior, RhombohedralModelTakesHexagonalAxesAndEnantiomorphsAreRefused) {
+    auto ops = [](const char* name) { return gemmi::find_spacegroup_by_name(name)->operations().all_ops_sorted(); };
+    AtomModel model;
+    model.cell = gemmi::UnitCell(5.0, 5.0, 5.0, 70.0, 70.0, 70.0);
+    model.ops = ops("R -3 m:R");
+    ModelSite site;
+    site.fract = gemmi::Fractional(0.1, 0.2, 0.3);
+    site.anisotropic = true;
+    site.uCif = {0.010, 0.012, 0.014, 0.002, -0.001, 0.003};
+    model.sites = {site};
+    const std::optional<gemmi::Op> c = SettingChange(model.ops, ops("R -3 m:H"));
+    ASSERT_TRUE(c.has_value());
+    const AtomModel hex = ChangedBasis(model, *c);
+    const double alpha = 70.0 * M_PI / 180.0;
+    EXPECT_NEAR(hex.cell.a, 10.0 * std::sin(alpha / 2), 1e-9);
+    EXPECT_NEAR(hex.cell.c, 5.0 * std::sqrt(3.0 + 6.0 * std::cos(alpha)), 1e-9);
+    EXPECT_NEAR(hex.cell.gamma, 120.0, 1e-9);
+    EXPECT_EQ(hex.ops.size(), 36u);
+    const gemmi::SMat33<double> before = DisplacementOf(model.sites[0], model.cell).uCart;
+    const gemmi::SMat33<double> after = DisplacementOf(hex.sites[0], hex.cell).uCart;
+    EXPECT_NEAR(before.trace(), after.trace(), 1e-12);
+    EXPECT_NEAR(before.determinant(), after.determinant(), 1e-15);
+    EXPECT_FALSE(SettingChange(ops("P 41 21 2"), ops("P 43 21 2")).has_value());
 }
 
 // Each refusal is one line, and nothing is written.
