@@ -46,7 +46,7 @@
 // soon as the gradient is a tenth of |C - 1|, by the same secant.
 //
 // Stop test. A run is satisfied at |C - 1| <= 1e-4; it goes on to
-// |C - 1| <= 2e-9 and ||g|| / ||Fobs|| <= 1e-9, where the optimum is pinned
+// |C - 1| <= 2e-9 and ||g|| / ||Fobs|| <= 1e-8, where the optimum is pinned
 // down to the printed digits, so that thread counts (whose reductions and
 // transform plans differ in the last bits) give the same report. It also ends
 // at |C - 1| <= 1e-4 when no step decreases f beyond its rounding, and at the
@@ -74,7 +74,7 @@ constexpr double kConstrDone = 1e-4;     // |C - 1| of a satisfied run
 // The end: |C - 1| and the relative dual gradient ||g|| / ||Fobs|| this small
 // leave one optimum, whatever the thread count did to the last bits on the way.
 constexpr double kConstrEnd = 2e-9;
-constexpr double kFinalGradient = 1e-9;
+constexpr double kFinalGradient = 1e-8;
 constexpr double kStageGradient = 1e-3;  // the relative gradient of an intermediate stage
 constexpr double kStageFactor = 4.0;     // the target C falls by this per stage
 constexpr double kMaxLogStep = 2.772588722239781;  // ln 16: lambda moves at most so far per stage
