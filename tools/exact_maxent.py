@@ -61,11 +61,10 @@ def read_mem(spec):
             "weight": 1.0 / refl[:, 5] ** 2}
 
 
-def orbits(sg_number, grid):
-    """Representative label of every grid point, and the orbit size of each label."""
+def grid_images(sg_number, grid):
+    """For every operator, its rotation and the flat index of its image of every grid point."""
     n = np.array(grid)
     idx = np.indices(grid).reshape(3, -1)
-    rep = np.full(idx.shape[1], np.iinfo(np.int64).max)
     for op in gemmi.find_spacegroup_by_number(sg_number).operations():
         R = np.array(op.rot) // gemmi.Op.DEN
         t = np.array(op.tran) / gemmi.Op.DEN
@@ -73,8 +72,14 @@ def orbits(sg_number, grid):
         y = (R @ (idx / n[:, None]) + t[:, None]) * n[:, None]
         yi = np.rint(y).astype(np.int64)
         assert np.allclose(y, yi, atol=1e-6), "grid does not fit the operators"
-        yi %= n[:, None]
-        rep = np.minimum(rep, np.ravel_multi_index(yi, grid))
+        yield R, np.ravel_multi_index(yi % n[:, None], grid)
+
+
+def orbits(sg_number, grid):
+    """Representative label of every grid point, and the orbit size of each label."""
+    rep = np.full(int(np.prod(grid)), np.iinfo(np.int64).max)
+    for _, image in grid_images(sg_number, grid):
+        rep = np.minimum(rep, image)
     labels, inverse, counts = np.unique(rep, return_inverse=True, return_counts=True)
     return inverse, counts.astype(float)
 

@@ -18,7 +18,6 @@ Usage: /usr/bin/python3 tools/exact_maxent_fft.py FILE.mem [C ...]
 import os
 import sys
 
-import gemmi
 import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -28,16 +27,9 @@ import exact_maxent  # noqa: E402
 
 def permutations(sg_number, grid):
     """For every operator, the flat index of its image of every grid point."""
-    n = np.array(grid)
-    idx = np.indices(grid).reshape(3, -1)
     perms, rotations = [], []
-    for op in gemmi.find_spacegroup_by_number(sg_number).operations():
-        R = np.array(op.rot) // gemmi.Op.DEN
-        t = np.array(op.tran) / gemmi.Op.DEN
-        y = (R @ (idx / n[:, None]) + t[:, None]) * n[:, None]
-        yi = np.rint(y).astype(np.int64)
-        assert np.allclose(y, yi, atol=1e-6), "grid does not fit the operators"
-        perms.append(np.ravel_multi_index(yi % n[:, None], grid))
+    for R, image in exact_maxent.grid_images(sg_number, grid):
+        perms.append(image)
         rotations.append(R)
     return perms, rotations
 

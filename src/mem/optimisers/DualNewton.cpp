@@ -138,6 +138,8 @@ private:
     bool CyclesLeft(int needed) const { return d.cycle + needed <= d.param.maxCycles; }
     void Checkpoint();
     double Dot(const std::vector<double>& x, const std::vector<double>& y) const;
+    // The first n of the kSums block sums, added in block order.
+    void SumPartials(int n, double* out) const;
 
     MEMData& d;
     const int K;           // individual reflections; unknowns 2K
@@ -178,9 +180,13 @@ DualSolver::DualSolver(MEMData& data)
     }
     fobsNorm = std::sqrt(Dot(fobs, fobs));
     if (!(fobsNorm > 0.0)) fobsNorm = 1.0;
-#pragma omp parallel num_threads(d.nThreads)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
-        d.threads[t]->ReserveMinimiserVectors();
+    ForBlocks(d, [](int, ThreadData& block) { block.ReserveMinimiserVectors(); });
+}
+
+void DualSolver::SumPartials(int n, double* out) const {
+    std::fill(out, out + n, 0.0);
+    for (int t = 0; t < d.threads.size(); ++t)
+        for (int j = 0; j < n; ++j) out[j] += partial[kSums * t + j];
 }
 
 double DualSolver::Dot(const std::vector<double>& x, const std::vector<double>& y) const {
@@ -229,13 +235,10 @@ void DualSolver::LogPartition(double t, double& outP, double& outM) {
         partial[kSums * b] = zp;
         partial[kSums * b + 1] = zm;
     });
-    double zp = 0.0, zm = 0.0;
-    for (int b = 0; b < d.threads.size(); ++b) {
-        zp += partial[kSums * b];
-        zm += partial[kSums * b + 1];
-    }
-    outP = plus ? hi + std::log(zp) : 0.0;
-    outM = minus ? std::log(zm) - lo : 0.0;
+    double z[2];
+    SumPartials(2, z);
+    outP = plus ? hi + std::log(z[0]) : 0.0;
+    outM = minus ? std::log(z[1]) - lo : 0.0;
 }
 
 // The densities of both sides from a, their sum in rho12 and the block totals.
@@ -291,12 +294,9 @@ void DualSolver::CurvatureField() {
         partial[kSums * t] = sp;
         partial[kSums * t + 1] = sm;
     });
-    double sp = 0.0, sm = 0.0;
-    for (int t = 0; t < d.threads.size(); ++t) {
-        sp += partial[kSums * t];
-        sm += partial[kSums * t + 1];
-    }
-    const double meanP = plus ? sp / Fp : 0.0, meanM = minus ? sm / Fm : 0.0;
+    double sums[2];
+    SumPartials(2, sums);
+    const double meanP = plus ? sums[0] / Fp : 0.0, meanM = minus ? sums[1] / Fm : 0.0;
     ForBlocks(d, [&](int, ThreadData& block) {
         const double* __restrict b = block.dCdR.p_;
         const double* __restrict r1 = block.rho1.p_;
@@ -432,9 +432,8 @@ bool DualSolver::StartFromDensity() {
         }
         std::copy(s, s + 5, &partial[kSums * t]);
     });
-    double s[5] = {};
-    for (int t = 0; t < d.threads.size(); ++t)
-        for (int j = 0; j < 5; ++j) s[j] += partial[kSums * t + j];
+    double s[5];
+    SumPartials(5, s);
     const double varX = s[3] / s[0] - (s[1] / s[0]) * (s[1] / s[0]);
     const double cov = s[4] / s[0] - (s[1] / s[0]) * (s[2] / s[0]);
     const double L = cov / varX;
