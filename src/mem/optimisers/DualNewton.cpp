@@ -68,6 +68,7 @@
 #include <vector>
 
 #include "app/IO.h"
+#include "mem/ForEachBlock.h"
 #include "mem/MEMData.h"
 #include "mem/ThreadData.h"
 
@@ -96,13 +97,6 @@ struct Prior {
     double operator[](int v) const { return p ? p[v] : flat; }
 };
 
-template <class Body>
-void ForBlocks(MEMData& d, Body body) {
-#pragma omp parallel num_threads(d.nThreads)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
-        body(t, *d.threads[t]);
-}
-
 // The voxel field of the accumulated CG direction: a Newton vector of the
 // side in use, which no other algorithm holds during this one.
 double* DirectionField(ThreadData& b) { return b.HasPlus() ? b.step1.p_ : b.step2.p_; }
@@ -113,7 +107,7 @@ public:
     void Run();
 
 private:
-    // Voxel passes; block sums go through `partial` and are added in block order.
+    // Voxel passes; block sums go through `sums` and are added in block order.
     void Extremes(double t, double& hi, double& lo);
     void LogPartition(double t, double& lnZp, double& lnZm);
     void FormDensity();
@@ -138,8 +132,6 @@ private:
     bool CyclesLeft(int needed) const { return d.cycle + needed <= d.param.maxCycles; }
     void Checkpoint();
     double Dot(const std::vector<double>& x, const std::vector<double>& y) const;
-    // The first n of the kSums block sums, added in block order.
-    void SumPartials(int n, double* out) const;
 
     MEMData& d;
     const int K;           // individual reflections; unknowns 2K
@@ -153,7 +145,7 @@ private:
     int nextCheckpoint = kCheckpointEvery;
     std::vector<double> fobs, r0, u, mask, flatDiag, diag, theta, Fc, grad;
     std::vector<double> dir, res, z, p, Hp;
-    std::vector<double> partial;  // kSums sums per block
+    BlockSums sums;  // kSums sums per block, added in block order
 };
 
 DualSolver::DualSolver(MEMData& data)
@@ -163,7 +155,7 @@ DualSolver::DualSolver(MEMData& data)
     for (std::vector<double>* v : {&fobs, &r0, &u, &mask, &flatDiag, &diag, &theta, &Fc, &grad, &dir, &res,
                                    &z, &p, &Hp})
         v->assign(n, 0.0);
-    partial.assign(kSums * static_cast<std::size_t>(d.threads.size()), 0.0);
+    sums.Resize(d.threads.size(), kSums);
     const double W = d.param.lambdaFraction[0];
     const double total = std::fabs(Fp) + std::fabs(Fm);
     for (int k = 0; k < K; ++k) {
@@ -180,13 +172,7 @@ DualSolver::DualSolver(MEMData& data)
     }
     fobsNorm = std::sqrt(Dot(fobs, fobs));
     if (!(fobsNorm > 0.0)) fobsNorm = 1.0;
-    ForBlocks(d, [](int, ThreadData& block) { block.ReserveMinimiserVectors(); });
-}
-
-void DualSolver::SumPartials(int n, double* out) const {
-    std::fill(out, out + n, 0.0);
-    for (int t = 0; t < d.threads.size(); ++t)
-        for (int j = 0; j < n; ++j) out[j] += partial[kSums * t + j];
+    ForEachBlock(d.threads, d.nThreads, [](int, ThreadData& block) { block.ReserveMinimiserVectors(); });
 }
 
 double DualSolver::Dot(const std::vector<double>& x, const std::vector<double>& y) const {
@@ -197,7 +183,7 @@ double DualSolver::Dot(const std::vector<double>& x, const std::vector<double>& 
 
 // Largest and smallest value of a + t A^T d over the asymmetric unit.
 void DualSolver::Extremes(double t, double& hi, double& lo) {
-    ForBlocks(d, [&](int b, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int b, ThreadData& block) {
         const double* __restrict a = block.rho1Old.p_;
         const double* __restrict s = DirectionField(block);
         double h = -HUGE_VAL, l = HUGE_VAL;
@@ -206,14 +192,14 @@ void DualSolver::Extremes(double t, double& hi, double& lo) {
             h = std::max(h, x);
             l = std::min(l, x);
         }
-        partial[kSums * b] = h;
-        partial[kSums * b + 1] = l;
+        sums.Row(b)[0] = h;
+        sums.Row(b)[1] = l;
     });
     hi = -HUGE_VAL;
     lo = HUGE_VAL;
     for (int b = 0; b < d.threads.size(); ++b) {
-        hi = std::max(hi, partial[kSums * b]);
-        lo = std::min(lo, partial[kSums * b + 1]);
+        hi = std::max(hi, sums.Row(b)[0]);
+        lo = std::min(lo, sums.Row(b)[1]);
     }
 }
 
@@ -221,7 +207,7 @@ void DualSolver::Extremes(double t, double& hi, double& lo) {
 void DualSolver::LogPartition(double t, double& outP, double& outM) {
     double hi, lo;
     Extremes(t, hi, lo);
-    ForBlocks(d, [&](int b, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int b, ThreadData& block) {
         const double* __restrict a = block.rho1Old.p_;
         const double* __restrict s = DirectionField(block);
         const int* __restrict m = block.multiplicity;
@@ -232,11 +218,11 @@ void DualSolver::LogPartition(double t, double& outP, double& outM) {
             if (plus) zp += m[v] * (pp[v] / Fp) * std::exp(x - hi);
             if (minus) zm += m[v] * (pm[v] / Fm) * std::exp(lo - x);
         }
-        partial[kSums * b] = zp;
-        partial[kSums * b + 1] = zm;
+        sums.Row(b)[0] = zp;
+        sums.Row(b)[1] = zm;
     });
     double z[2];
-    SumPartials(2, z);
+    sums.Total(2, z);
     outP = plus ? hi + std::log(z[0]) : 0.0;
     outM = minus ? std::log(z[1]) - lo : 0.0;
 }
@@ -244,7 +230,7 @@ void DualSolver::LogPartition(double t, double& outP, double& outM) {
 // The densities of both sides from a, their sum in rho12 and the block totals.
 void DualSolver::FormDensity() {
     LogPartition(0.0, lnZp, lnZm);
-    ForBlocks(d, [&](int, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
         const double* __restrict a = block.rho1Old.p_;
         const int* __restrict m = block.multiplicity;
         double* __restrict r1 = block.rho1.p_;
@@ -272,7 +258,7 @@ void DualSolver::FormDensity() {
 }
 
 void DualSolver::StepField(double t) {
-    ForBlocks(d, [&](int, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
         double* __restrict a = block.rho1Old.p_;
         const double* __restrict s = DirectionField(block);
 #pragma omp simd
@@ -283,7 +269,7 @@ void DualSolver::StepField(double t) {
 // rho12 = rho+ (b - <b>+) + |rho-| (b - <b>-) with b = dCdR, the means taken
 // with the densities as weights: the density part of a Hessian product.
 void DualSolver::CurvatureField() {
-    ForBlocks(d, [&](int t, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int t, ThreadData& block) {
         const double* __restrict b = block.dCdR.p_;
         const int* __restrict m = block.multiplicity;
         double sp = 0.0, sm = 0.0;
@@ -291,13 +277,13 @@ void DualSolver::CurvatureField() {
             if (plus) sp += m[v] * block.rho1[v] * b[v];
             if (minus) sm += m[v] * block.rho2[v] * b[v];
         }
-        partial[kSums * t] = sp;
-        partial[kSums * t + 1] = sm;
+        sums.Row(t)[0] = sp;
+        sums.Row(t)[1] = sm;
     });
-    double sums[2];
-    SumPartials(2, sums);
-    const double meanP = plus ? sums[0] / Fp : 0.0, meanM = minus ? sums[1] / Fm : 0.0;
-    ForBlocks(d, [&](int, ThreadData& block) {
+    double total[2];
+    sums.Total(2, total);
+    const double meanP = plus ? total[0] / Fp : 0.0, meanM = minus ? total[1] / Fm : 0.0;
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
         const double* __restrict b = block.dCdR.p_;
         const double* __restrict r1 = block.rho1.p_;
         const double* __restrict r2 = minus ? block.rho2.p_ : nullptr;
@@ -312,7 +298,7 @@ void DualSolver::CurvatureField() {
 }
 
 void DualSolver::AddToDirection(double alpha) {
-    ForBlocks(d, [&](int, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
         double* __restrict s = DirectionField(block);
         const double* __restrict b = block.dCdR.p_;
 #pragma omp simd
@@ -327,7 +313,7 @@ void DualSolver::Forward(double* out) {
     if (d.useFFT) {
         d.CalcFcalc(0);
     } else {
-        ForBlocks(d, [&](int, ThreadData& block) { block.Calc_Partial_Fcalc(0); });
+        ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) { block.Calc_Partial_Fcalc(0); });
         d.CalcFcalc_impl(0);
     }
     for (int k = 0; k < K; ++k) {
@@ -416,7 +402,7 @@ bool DualSolver::StartFromDensity() {
     for (std::size_t i = 0; i < z.size(); ++i) z[i] = mask[i] * 2.0 * u[i] * (fobs[i] - Fc[i]) / N;
     Backward(z.data());
     ++d.cycle;  // counted as a whole pair
-    ForBlocks(d, [&](int t, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int t, ThreadData& block) {
         const Prior pp{block.prior1, block.flatPrior1}, pm{block.prior2, block.flatPrior2};
         double s[5] = {};
         for (int v = 0; v < block.nVoxel; ++v) {
@@ -430,16 +416,16 @@ bool DualSolver::StartFromDensity() {
             s[3] += w * x * x;
             s[4] += w * x * y;
         }
-        std::copy(s, s + 5, &partial[kSums * t]);
+        std::copy(s, s + 5, sums.Row(t));
     });
     double s[5];
-    SumPartials(5, s);
+    sums.Total(5, s);
     const double varX = s[3] / s[0] - (s[1] / s[0]) * (s[1] / s[0]);
     const double cov = s[4] / s[0] - (s[1] / s[0]) * (s[2] / s[0]);
     const double L = cov / varX;
     if (!(L > 0.0) || !std::isfinite(L)) return false;
     for (std::size_t i = 0; i < theta.size(); ++i) theta[i] = L * z[i];
-    ForBlocks(d, [&](int, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
         for (int v = 0; v < block.nVoxel; ++v) block.rho1Old[v] = L * block.dCdR[v];
     });
     lambda = L;
@@ -449,7 +435,7 @@ bool DualSolver::StartFromDensity() {
 // Preconditioned CG on H dir = -grad, truncated at eta; the voxel field of
 // dir is accumulated from the products' backward maps. Returns the products.
 int DualSolver::NewtonDirection(double eta) {
-    ForBlocks(d, [&](int, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
         double* s = DirectionField(block);
         std::fill(s, s + block.nVoxel, 0.0);
     });
@@ -542,20 +528,20 @@ void DualSolver::Checkpoint() {
 // ln(rho / p) needs a prior of the channel's sign at every voxel; a file
 // with zeros (or values of the wrong sign) is not used.
 void DualSolver::RefuseUnusablePrior() {
-    ForBlocks(d, [&](int t, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int t, ThreadData& block) {
         double bad = 0.0;
         for (int v = 0; v < block.nVoxel; ++v) {
             if (plus && block.prior1 && !(block.prior1[v] / Fp > 0.0 && std::isfinite(block.prior1[v]))) bad = 1.0;
             if (minus && block.prior2 && !(block.prior2[v] / Fm > 0.0 && std::isfinite(block.prior2[v]))) bad = 1.0;
         }
-        partial[kSums * t] = bad;
+        sums.Row(t)[0] = bad;
     });
     bool bad = false;
-    for (int t = 0; t < d.threads.size(); ++t) bad = bad || partial[kSums * t] != 0.0;
+    for (int t = 0; t < d.threads.size(); ++t) bad = bad || sums.Row(t)[0] != 0.0;
     if (!bad) return;
     IO::PrintError("The prior density is not of one sign everywhere. Flat prior will be used.\n");
     d.param.priorType = 0;
-    ForBlocks(d, [&](int, ThreadData& block) {
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
         if (block.prior1) std::fill(block.prior1, block.prior1 + block.nVoxel, block.flatPrior1);
         if (block.prior2) std::fill(block.prior2, block.prior2 + block.nVoxel, block.flatPrior2);
     });
@@ -568,7 +554,7 @@ void DualSolver::Run() {
     if (!(d.param.startType && StartFromDensity())) {
         // The flat start: theta = 0, so a = 0 and the density is the prior.
         std::fill(theta.begin(), theta.end(), 0.0);
-        ForBlocks(d, [&](int, ThreadData& block) { std::fill(block.rho1Old.p_, block.rho1Old.p_ + block.nVoxel, 0.0); });
+        ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) { std::fill(block.rho1Old.p_, block.rho1Old.p_ + block.nVoxel, 0.0); });
         target = -1.0;
     }
     Evaluate();
