@@ -9,37 +9,13 @@
 #include <vector>
 
 std::string progvar;
-std::string prefdir;
 
 namespace IO {
 
 PrintFunc Printf = printf;
 PrintFunc PrintError = printf;
-PrintFunc PrintStatus = NoPrint;
-DialogFunc PrintDialog = PrintMessageDialog;
-FlushFunc Flush = doNothing;
 
 int NoPrint(const char*, ...) { return 0; }
-
-void doNothing() {}
-
-int PrintMessageDialog(int, const char*, const char* fmt, ...) {
-    va_list args;
-    va_start(args, fmt);
-    vprintf(fmt, args);
-    va_end(args);
-    int answer = -1;
-    while (answer == -1) {
-        const int got = scanf("%d", &answer);
-        if (got == EOF) break;  // no more input: the answer stays -1
-        if (got == 0) {
-            // Not a number: drop the rest of the line instead of rescanning it forever.
-            int c;
-            while ((c = getchar()) != '\n' && c != EOF) {}
-        }
-    }
-    return answer;
-}
 
 namespace {
 
@@ -87,9 +63,6 @@ std::vector<std::string> splitComponents(const std::string& path) {
 bool Init(const char* argv0) {
     Printf = printf;
     PrintError = printf;
-    PrintStatus = NoPrint;
-    PrintDialog = PrintMessageDialog;
-    Flush = doNothing;
 
     progvar = argv0 ? argv0 : "";
     const char* searchPath = getenv("PATH");

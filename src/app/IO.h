@@ -7,28 +7,19 @@
 
 // Absolute directory of the executable, with a trailing '/'; the data files are found here.
 extern std::string progvar;
-// Directory for user preferences; a console program keeps none, so it stays empty.
-extern std::string prefdir;
 
 namespace IO {
 
 using PrintFunc = int (*)(const char* fmt, ...);
-using DialogFunc = int (*)(int kind, const char* title, const char* fmt, ...);
-using FlushFunc = void (*)();
 
 // Replaceable output hooks. A front end other than the console may point them
 // elsewhere; the console defaults are printf for both messages and failures,
 // so errors appear on standard output in line with the progress they interrupt.
 extern PrintFunc Printf;
 extern PrintFunc PrintError;
-extern PrintFunc PrintStatus;
-extern DialogFunc PrintDialog;
-extern FlushFunc Flush;
 
-// Defaults of the hooks that the console program does not use itself.
+// A hook that prints nothing, for callers that silence the engine.
 int NoPrint(const char* fmt, ...);
-int PrintMessageDialog(int kind, const char* title, const char* fmt, ...);
-void doNothing();
 
 // Sets the hooks to their defaults and finds the program's directory (`progvar`)
 // from argv[0], searching PATH when argv[0] is a bare command name. Always true.

@@ -159,11 +159,7 @@ int main(int argc, char** argv) {
     // Reading is not timed: the clock starts here.
     double stamp = omp_get_wtime();
     // The team size found here is the number of voxel blocks for the whole run.
-#pragma omp parallel
-    {
-#pragma omp single
-        mem.nThreads = omp_get_num_threads();
-    }
+    mem.nThreads = TeamSize();
 
     mem.PrepareCalculation(timer_function::check_timer, &stamp);
     mem.MaxEnt();

@@ -1,6 +1,5 @@
 // The constraint of the whole analysis: chi-square, R factors, the eight generalised
 // terms and their merged derivatives; and the two functions of a trial multiplier.
-#include <omp.h>
 
 #include <algorithm>
 #include <cfloat>
@@ -132,14 +131,10 @@ double CalcC2(void* data, double lambda) {
 
 double CalcLambda(void* data, double lambda) {
     MEMData& mem = *static_cast<MEMData*>(data);
-    double a = 0.0, b = 0.0;
-#pragma omp parallel num_threads(mem.nThreads) reduction(+ : a, b)
-    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {
-        double pa = 0.0, pb = 0.0;
-        mem.threads[t]->Calc_mu2(lambda, pa, pb);
-        a += pa;
-        b += pb;
-    }
+    double sums[2];
+    SumOverBlocks(mem.threads, mem.nThreads, mem.blockSums, 2, sums,
+                  [&](int, ThreadData& block, double* s) { block.Calc_mu2(lambda, s[0], s[1]); });
+    double a = sums[0], b = sums[1];
     if (mem.targetMoment[0] != 0.0)
         a = std::log(std::fabs(a));
     if (mem.targetMoment[1] != 0.0)

@@ -7,6 +7,16 @@
 
 #include <omp.h>
 
+// The number of threads that a parallel region gets here: the number of
+// blocks for the whole run. The one region that does nothing but count.
+inline int TeamSize() {
+  int n = 1;
+#pragma omp parallel
+#pragma omp single
+  n = omp_get_num_threads();
+  return n;
+}
+
 // Block b is handed to thread b modulo the team size. With as many blocks as
 // threads each thread keeps the block whose memory it first touched, and a
 // smaller team (OMP_NUM_THREADS, nested use) still visits every block once.
@@ -57,9 +67,13 @@ private:
 };
 
 // ForEachBlock for a body that returns up to `width` sums through the row it is
-// handed; the block totals land in out[0..n).
+// handed, its first n entries zeroed; the block totals land in out[0..n).
 template <class Blocks, class Body>
 void SumOverBlocks(const Blocks& blocks, int nThreads, BlockSums& sums, int n, double* out, Body body) {
-  ForEachBlock(blocks, nThreads, [&](int b, auto& block) { body(b, block, sums.Row(b)); });
+  ForEachBlock(blocks, nThreads, [&](int b, auto& block) {
+    double* row = sums.Row(b);
+    std::fill(row, row + n, 0.0);
+    body(b, block, row);
+  });
   sums.Total(n, out);
 }

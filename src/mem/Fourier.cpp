@@ -1,6 +1,5 @@
 // Forward and backward maps between the asymmetric-unit density and the reflections,
 // by transform of the whole cell or by direct sums over the phase tables.
-#include <omp.h>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -16,12 +15,6 @@
 namespace {
 
 
-// Run [begin, end) of thread t of T over n items.
-void Share(long n, int t, int T, long& begin, long& end) {
-    begin = n * t / T;
-    end = n * (t + 1) / T;
-}
-
 // The whole symmetry expansion: each orbit's one value lands on all its
 // points. A flat loop through the owner table, split into even runs of the
 // cell over the team. The grid is far larger than any cache and is next read
@@ -30,10 +23,7 @@ void Share(long n, int t, int T, long& begin, long& end) {
 // each line before it is overwritten.
 void GatherCell(double* __restrict grid, const double* __restrict density,
                 const int* __restrict owner, int n, int nThreads) {
-#pragma omp parallel num_threads(nThreads)
-    {
-        long begin, end;
-        Share(n, omp_get_thread_num(), omp_get_num_threads(), begin, end);
+    ForEachShare(n, nThreads, [=](long begin, long end) {
         long j = begin;
 #ifdef __SSE2__
         if (j % 2 != 0 && j < end) {
@@ -46,7 +36,7 @@ void GatherCell(double* __restrict grid, const double* __restrict density,
 #endif
         for (; j < end; ++j)
             grid[j] = density[owner[j]];
-    }
+    });
 }
 
 // Zeroes a complex grid, each thread its own run of it; the C library's
@@ -54,23 +44,19 @@ void GatherCell(double* __restrict grid, const double* __restrict density,
 void ClearGrid(fftw_complex* grid, long n, int nThreads) {
     if (!grid)
         return;
-#pragma omp parallel num_threads(nThreads)
-    {
-        long begin, end;
-        Share(n, omp_get_thread_num(), omp_get_num_threads(), begin, end);
+    ForEachShare(n, nThreads, [=](long begin, long end) {
         std::memset(static_cast<void*>(grid + begin), 0, sizeof(fftw_complex) * (end - begin));
-    }
+    });
 }
 
 }  // namespace
 
 void MEMData::CalcFcalc(int withE) {
     if (!useFFT) {
-#pragma omp parallel num_threads(nThreads)
-        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
-            threads[t]->Add_Rho12();
-            threads[t]->Calc_Partial_Fcalc(withE);
-        }
+        ForEachBlock(threads, nThreads, [=](int, ThreadData& block) {
+            block.Add_Rho12();
+            block.Calc_Partial_Fcalc(withE);
+        });
     } else {
         GatherCell(realGrid, densitySum, cellOwner.data(), nVoxelCell, nThreads);
         transform->Forward();
@@ -86,48 +72,47 @@ void MEMData3D::CalcFcalc_impl(int withE) {
     if (!useFFT) {
         // Block by block in block order for every reflection, so that the sums
         // do not depend on scheduling; the reflections are split over the team.
-#pragma omp parallel for num_threads(nThreads) schedule(static)
-        for (int i = 0; i < n; ++i) {
-            double A = 0.0, B = 0.0;
-            for (int t = 0; t < threads.size(); ++t) {
-                const ThreadData* block = threads[t];
-                A += block->partialA[i];
-                if (block->partialB)
-                    B += block->partialB[i];
+        ForEachShare(n, nThreads, [&](long begin, long end) {
+            for (long i = begin; i < end; ++i) {
+                double A = 0.0, B = 0.0;
+                for (int t = 0; t < threads.size(); ++t) {
+                    const ThreadData* block = threads[t];
+                    A += block->partialA[i];
+                    if (block->partialB)
+                        B += block->partialB[i];
+                }
+                reflections[i]->A = A;
+                reflections[i]->B = B;
             }
-            reflections[i]->A = A;
-            reflections[i]->B = B;
-        }
+        });
     } else {
         // B is zero by symmetry in a centrosymmetric structure, and is set so:
         // scaling the transform's rounding noise by zero would leave zeros of
         // either sign, which the report prints as "0" or "-0" by chance.
         const bool centric = centroFactor == 2;
-#pragma omp parallel for num_threads(nThreads) schedule(static)
-        for (int i = 0; i < n; ++i) {
-            StructureFactor* f = reflections[i];
-            const int* h = f->hkl.item(0);
-            const HalfComplexEntry e = ForwardEntry(h[0], h[1], h[2], gridSize);
-            f->A = f->B = 0.0;
-            if (fourierGrid) {
-                f->A = fourierGrid[e.index][0];
-                if (!centric) f->B = fourierGrid[e.index][1] * e.sign;
+        ForEachShare(n, nThreads, [&](long begin, long end) {
+            for (long i = begin; i < end; ++i) {
+                StructureFactor* f = reflections[i];
+                const int* h = f->hkl.item(0);
+                const HalfComplexEntry e = ForwardEntry(h[0], h[1], h[2], gridSize);
+                f->A = f->B = 0.0;
+                if (fourierGrid) {
+                    f->A = fourierGrid[e.index][0];
+                    if (!centric) f->B = fourierGrid[e.index][1] * e.sign;
+                }
+                if (gridPowerB[1]) {
+                    f->A += gridPowerB[1][e.index][0];
+                    if (!centric) f->B += gridPowerB[1][e.index][1] * e.sign;
+                }
             }
-            if (gridPowerB[1]) {
-                f->A += gridPowerB[1][e.index][0];
-                if (!centric) f->B += gridPowerB[1][e.index][1] * e.sign;
-            }
-        }
+        });
     }
 
     // The present totals of both channels, and their powers as for the targets.
     // Each block sums its own voxels, unless the pass that formed the density
     // did; the block sums are added in block order.
-    if (!totalsCurrent) {
-#pragma omp parallel num_threads(nThreads)
-        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-            threads[t]->SumTotals();
-    }
+    if (!totalsCurrent)
+        ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.SumTotals(); });
     totalsCurrent = false;
     double Qp = 0.0, Qm = 0.0;
     for (const ThreadData* block : threads) {
@@ -148,14 +133,10 @@ void MEMData3D::CalcFlnR() {
     int n = nRefUnobs + nRefF + nRefG + nRefE;
     if (n > reflections.size())
         n = reflections.size();
-#pragma omp parallel num_threads(nThreads)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-        threads[t]->CalcLnRho();
+    ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.CalcLnRho(); });
 
     if (!useFFT) {
-#pragma omp parallel num_threads(nThreads)
-        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-            threads[t]->Calc_Partial_Fcalc(1);
+        ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.Calc_Partial_Fcalc(1); });
         std::memset(dSdFRe, 0, sizeof(double) * n);
         std::memset(dSdFIm, 0, sizeof(double) * n);
         for (int t = 0; t < threads.size(); ++t) {
@@ -171,13 +152,14 @@ void MEMData3D::CalcFlnR() {
     GatherCell(realGrid, densitySum, cellOwner.data(), nVoxelCell, nThreads);
     transform->Forward();
     const bool centric = centroFactor == 2;  // imaginary parts zero, as for B
-#pragma omp parallel for num_threads(nThreads) schedule(static)
-    for (int i = 0; i < n; ++i) {
-        const int* h = reflections[i]->hkl.item(0);
-        const HalfComplexEntry e = ForwardEntry(h[0], h[1], h[2], gridSize);
-        dSdFRe[i] = fourierGrid[e.index][0];
-        dSdFIm[i] = centric ? 0.0 : fourierGrid[e.index][1] * e.sign;
-    }
+    ForEachShare(n, nThreads, [&](long begin, long end) {
+        for (long i = begin; i < end; ++i) {
+            const int* h = reflections[i]->hkl.item(0);
+            const HalfComplexEntry e = ForwardEntry(h[0], h[1], h[2], gridSize);
+            dSdFRe[i] = fourierGrid[e.index][0];
+            dSdFIm[i] = centric ? 0.0 : fourierGrid[e.index][1] * e.sign;
+        }
+    });
 }
 
 namespace {
@@ -218,11 +200,8 @@ void ScatterDerivatives(const MEMData3D& d, int n, double scalePlus, double scal
                         fftw_complex* plus, fftw_complex* minus) {
     const int* size = d.gridSize;
     n = std::min(n, d.reflections.size());
-#pragma omp parallel num_threads(d.nThreads)
-    {
-        const int T = omp_get_num_threads(), t = omp_get_thread_num();
-        const int wBegin = static_cast<int>(static_cast<long long>(t) * size[2] / T);
-        const int wEnd = static_cast<int>(static_cast<long long>(t + 1) * size[2] / T);
+    ForEachShare(size[2], d.nThreads, [&](long begin, long end) {
+        const int wBegin = static_cast<int>(begin), wEnd = static_cast<int>(end);
         for (int i = 0; i < n; ++i) {
             const StructureFactor& f = *d.reflections[i];
             const double M = static_cast<double>(f.hkl.nItems());
@@ -234,7 +213,7 @@ void ScatterDerivatives(const MEMData3D& d, int n, double scalePlus, double scal
                 ScatterEquivalents(f, shifts, d.mergedDerivRe[i], d.mergedDerivIm[i], scaleMinus / M,
                                    size, wBegin, wEnd, minus);
         }
-    }
+    });
 }
 
 }  // namespace
@@ -243,18 +222,15 @@ void ScatterDerivatives(const MEMData3D& d, int n, double scalePlus, double scal
 // first, on both paths alike.
 void MEMData3D::DFT_Derivatives() {
     if (!useFFT) {
-#pragma omp parallel num_threads(nThreads)
-        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-            threads[t]->Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm);
+        ForEachBlock(threads, nThreads,
+                     [this](int, ThreadData& block) { block.Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm); });
         return;
     }
     ClearGrid(derivGrid, nComplex, nThreads);
     ClearGrid(gridPowerB[5], nComplex, nThreads);
     ScatterDerivatives(*this, nRefUnobs + nRefF + nRefG, 1.0, 1.0, derivGrid, gridPowerB[5]);
     transform->Backward();
-#pragma omp parallel num_threads(nThreads)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-        threads[t]->Calc_dCdR_FFT();
+    ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.Calc_dCdR_FFT(); });
 }
 
 // DFT_Derivatives with the multipliers folded in: the constraint part scaled
@@ -268,13 +244,11 @@ void MEMData3D::Calc_dCdR_OMRA(double lam) {
     const double zeroMinus = (targetMoment[1] - calcMoment[1]) * 2.0 * lam * meanWeight - mu2;
     const int n = nRefF + nRefG;
     if (!useFFT) {
-#pragma omp parallel num_threads(nThreads)
-        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
-            ThreadData* block = threads[t];
-            block->Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm);
-            for (int v = 0; v < block->nVoxel; ++v)
-                block->dCdR[v] = lam * block->dCdR[v] + n * zeroPlus;
-        }
+        ForEachBlock(threads, nThreads, [&](int, ThreadData& block) {
+            block.Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm);
+            for (int v = 0; v < block.nVoxel; ++v)
+                block.dCdR[v] = lam * block.dCdR[v] + n * zeroPlus;
+        });
         return;
     }
     ClearGrid(derivGrid, nComplex, nThreads);
@@ -289,7 +263,5 @@ void MEMData3D::Calc_dCdR_OMRA(double lam) {
             gridPowerB[5][0][0] += zeroMinus;
     }
     transform->Backward();
-#pragma omp parallel num_threads(nThreads)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-        threads[t]->Calc_dCdR_FFT();
+    ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.Calc_dCdR_FFT(); });
 }

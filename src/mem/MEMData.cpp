@@ -1,7 +1,5 @@
 #include "mem/MEMData.h"
 
-#include <omp.h>
-
 #include <cstdio>
 
 #include "mem/AlignedArray.h"
@@ -13,9 +11,7 @@ MEMData::MEMData() {
   multipliers.Resize(3);
   for (int i = 0; i < 3; ++i)
     multipliers[i] = 0.0;
-#pragma omp parallel
-#pragma omp single
-  nThreads = omp_get_num_threads();
+  nThreads = TeamSize();
 }
 
 MEMData::~MEMData() {

@@ -13,6 +13,7 @@
 #include "ls/VectorXDMP.h"
 #include "ls/lbfgs.h"
 #include "mem/CellTransform.h"
+#include "mem/ForEachBlock.h"
 #include "mem/MEMParam.h"
 
 // Held by counted reference only, so their definitions are not needed here.
@@ -66,7 +67,6 @@ public:
   void L_BFGS();
   // Algorithm 4: the exact density by Newton-CG on the Lagrange dual.
   void DualNewton();
-  void Polish();
   // ZSPA's exponential step of every block from the accepted density for the
   // multiplier lambda; Zp and Zm are set to the new totals of the two sides.
   void ZSPA_ExpStep(double lambda, double& Zp, double& Zm);
@@ -95,6 +95,9 @@ public:
   ObjVector<ThreadData> threads;        // block i belongs to thread number i
   ObjVector<Constraint> constraints;    // orders 2, 4, ..., 16 in this order
   int nThreads = 1;
+  // The most sums that one pass over the blocks returns (Cambridge's trial step).
+  static constexpr int kMaxBlockSums = 4;
+  BlockSums blockSums;                  // per-block sums of the passes, sized with the blocks
   int NASYM = 0;                        // voxels in the asymmetric unit
 
   // Values of the objective

@@ -1,5 +1,4 @@
 // Set-up of the voxel work: asymmetric unit, choice of Fourier path, blocks, weights, summary.
-#include <omp.h>
 
 #include <algorithm>
 #include <climits>
@@ -117,15 +116,15 @@ void BuildBlocks(MEMData3D& mem, const std::vector<int>& ops, int nRefl) {
         const int end = static_cast<int>(static_cast<long long>(t + 1) * mem.NASYM / mem.nThreads);
         mem.threads.add(new ThreadData(mem.nRefUnobs + mem.nRefF + mem.nRefG, end - begin, begin));
     }
-#pragma omp parallel num_threads(mem.nThreads)
-    for (int t = omp_get_thread_num(); t < mem.threads.size(); t += omp_get_num_threads()) {
-        ThreadData* block = mem.threads[t];
-        block->Create(3, mem.gridSize, mem.targetMoment[0], mem.targetMoment[1],
-                      mem.voxelPoint.data() + block->offset, mem.voxelMultiplicity.data() + block->offset,
-                      mem.realGrid, mem.densitySum, mem.reflections, nRefl,
-                      ops.data(), mem.nSymOp, mem.nCenter, mem.centroFactor, mem.useFFT,
-                      mem.nRefE);
-    }
+    ForEachBlock(mem.threads, mem.nThreads, [&](int, ThreadData& block) {
+        block.Create(3, mem.gridSize, mem.targetMoment[0], mem.targetMoment[1],
+                     mem.voxelPoint.data() + block.offset, mem.voxelMultiplicity.data() + block.offset,
+                     mem.realGrid, mem.densitySum, mem.reflections, nRefl,
+                     ops.data(), mem.nSymOp, mem.nCenter, mem.centroFactor, mem.useFFT,
+                     mem.nRefE);
+    });
+    // Room for the per-block sums of every cycle, made once here.
+    mem.blockSums.Resize(mem.threads.size(), MEMData::kMaxBlockSums);
 }
 
 // refWeight enters with the M of the data file (or 1) and leaves as a relative

@@ -1,7 +1,6 @@
 // Reading the data set and building the blocks through the engine; blending, normalising and writing the prior.
 #include "prior/AnalysisGrid.h"
 
-#include <omp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -74,11 +73,7 @@ std::unique_ptr<MEMData3D> LoadAnalysis(const std::string& dataPath, bool negati
         throw PriorError(mem->param.dataFile + " gives no F(000)");
     // The team size is the number of blocks, as in an analysis; the file's
     // voxel order does not depend on it.
-#pragma omp parallel
-    {
-#pragma omp single
-        mem->nThreads = omp_get_num_threads();
-    }
+    mem->nThreads = TeamSize();
     mem->MakeThreadData();
     return mem;
 }

@@ -10,6 +10,7 @@
 #include <gemmi/model.hpp>
 #include <gemmi/neutron92.hpp>
 
+#include "mem/ForEachBlock.h"
 #include "mem/GridSymmetry.h"
 
 namespace {
@@ -70,20 +71,22 @@ std::vector<double> AtomsOnGrid(const std::vector<gemmi::Atom>& atoms, const gem
 std::vector<double> SumOverGroup(const std::vector<double>& in, const int* n, const std::vector<int>& ops) {
     const int nOps = static_cast<int>(ops.size() / 16);
     std::vector<double> out(in.size(), 0.0);
-#pragma omp parallel for schedule(static)
-    for (int z = 0; z < n[2]; ++z)
-        for (int y = 0; y < n[1]; ++y)
-            for (int x = 0; x < n[0]; ++x) {
-                double sum = 0.0;
-                for (int k = 0; k < nOps; ++k) {
-                    const int* o = &ops[16 * k];
-                    const int xi = WrapIndex(static_cast<long long>(o[0]) * x + o[4] * y + o[8] * z + o[12], n[0]);
-                    const int yi = WrapIndex(static_cast<long long>(o[1]) * x + o[5] * y + o[9] * z + o[13], n[1]);
-                    const int zi = WrapIndex(static_cast<long long>(o[2]) * x + o[6] * y + o[10] * z + o[14], n[2]);
-                    sum += in[xi + static_cast<size_t>(n[0]) * (yi + static_cast<size_t>(n[1]) * zi)];
+    // Each plane of z is written by one thread alone.
+    ForEachShare(n[2], omp_get_max_threads(), [&](long zBegin, long zEnd) {
+        for (int z = static_cast<int>(zBegin); z < zEnd; ++z)
+            for (int y = 0; y < n[1]; ++y)
+                for (int x = 0; x < n[0]; ++x) {
+                    double sum = 0.0;
+                    for (int k = 0; k < nOps; ++k) {
+                        const int* o = &ops[16 * k];
+                        const int xi = WrapIndex(static_cast<long long>(o[0]) * x + o[4] * y + o[8] * z + o[12], n[0]);
+                        const int yi = WrapIndex(static_cast<long long>(o[1]) * x + o[5] * y + o[9] * z + o[13], n[1]);
+                        const int zi = WrapIndex(static_cast<long long>(o[2]) * x + o[6] * y + o[10] * z + o[14], n[2]);
+                        sum += in[xi + static_cast<size_t>(n[0]) * (yi + static_cast<size_t>(n[1]) * zi)];
+                    }
+                    out[x + static_cast<size_t>(n[0]) * (y + static_cast<size_t>(n[1]) * z)] = sum;
                 }
-                out[x + static_cast<size_t>(n[0]) * (y + static_cast<size_t>(n[1]) * z)] = sum;
-            }
+    });
     return out;
 }
 

@@ -1,7 +1,5 @@
 // The Cambridge algorithm: a damped Newton-like ascent of S - lambda (C - 1), with the
 // multiplier adapted towards CONSTR = 1 as the gradient shrinks.
-#include <omp.h>
-
 #include <cmath>
 
 #include "app/IO.h"
@@ -23,19 +21,14 @@ bool Done(const MEMData& d) {
     return kConstrDone > std::fabs(d.constr - 1.0) && kGradientDone > d.gradNorm;
 }
 
-// Calls f(block, s1, s2) on every block in one region and returns the two sums.
+// Calls f(block, s1, s2) on every block and returns the two sums, added in block order.
 template <class F>
-void SumOverBlocks(MEMData& d, double& s1, double& s2, F f) {
-    double a = 0.0, b = 0.0;
-#pragma omp parallel num_threads(d.nThreads) reduction(+ : a, b)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
-        double pa = 0.0, pb = 0.0;
-        f(*d.threads[t], pa, pb);
-        a += pa;
-        b += pb;
-    }
-    s1 = a;
-    s2 = b;
+void TwoSums(MEMData& d, double& s1, double& s2, F f) {
+    double s[2];
+    SumOverBlocks(d.threads, d.nThreads, d.blockSums, 2, s,
+                  [&](int, ThreadData& block, double* row) { f(block, row[0], row[1]); });
+    s1 = s[0];
+    s2 = s[1];
 }
 
 // The logarithmic means of the exponential densities for the multiplier,
@@ -43,13 +36,13 @@ void SumOverBlocks(MEMData& d, double& s1, double& s2, F f) {
 void UpdateMeansAndGradient(MEMData& d) {
     const double L = d.finalLambda;
     double s1 = 0.0, s2 = 0.0;
-    SumOverBlocks(d, s1, s2, [&](ThreadData& b, double& x, double& y) { b.Calc_mu2(L, x, y); });
+    TwoSums(d, s1, s2, [&](ThreadData& b, double& x, double& y) { b.Calc_mu2(L, x, y); });
     if (d.targetMoment[0] != 0.0) s1 = std::log(std::fabs(s1));
     if (d.targetMoment[1] != 0.0) s2 = std::log(std::fabs(s2));
     d.mu1Mean = (s1 + d.mu1Mean) * 0.5;
     d.mu2Mean = (s2 + d.mu2Mean) * 0.5;
     double d1 = 0.0, d2 = 0.0;
-    SumOverBlocks(d, d1, d2, [&](ThreadData& b, double& x, double& y) {
+    TwoSums(d, d1, d2, [&](ThreadData& b, double& x, double& y) {
         b.Calc_dQdL(L, d.meanWeight, d.mu1Mean, d.mu2Mean, x, y);
     });
     d.gradNorm = std::sqrt((d1 + d2) / d.nVoxelCell);
@@ -70,20 +63,13 @@ double Objective(const MEMData& d) {
 // One trial density for the damping `step`, normalised to the totals, with
 // its entropy, structure factors, constraint and derivatives.
 void Trial(MEMData& d, double step) {
-    double a = 0.0, b = 0.0, c = 0.0, e = 0.0;
-#pragma omp parallel num_threads(d.nThreads) reduction(+ : a, b, c, e)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
-        double pa, pb, pc, pd;
-        d.threads[t]->Calc_Next_Rho3(step, pa, pb, pc, pd);
-        a += pa;
-        b += pb;
-        c += pc;
-        e += pd;
-    }
-    const double p = (d.targetMoment[0] - a) / c;
-    const double q = (d.targetMoment[1] - b) / e;
+    double s[4];
+    SumOverBlocks(d.threads, d.nThreads, d.blockSums, 4, s,
+                  [&](int, ThreadData& block, double* r) { block.Calc_Next_Rho3(step, r[0], r[1], r[2], r[3]); });
+    const double p = (d.targetMoment[0] - s[0]) / s[2];
+    const double q = (d.targetMoment[1] - s[1]) / s[3];
     double e1 = 0.0, e2 = 0.0;
-    SumOverBlocks(d, e1, e2, [&](ThreadData& block, double& x, double& y) {
+    TwoSums(d, e1, e2, [&](ThreadData& block, double& x, double& y) {
         double ip = p, iq = q;
         block.Normalize3(ip, iq);
         block.Calc_Partial_Entropy(x, y);
@@ -108,17 +94,16 @@ void StartUp(MEMData& d) {
     // A search whose exponential steps overflowed leaves no usable density:
     // the run then starts from the density it was given.
     if (!std::isfinite(d.constr) || !HoldsTotals(d)) {
-#pragma omp parallel num_threads(d.nThreads)
-        for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
-            d.threads[t]->SwapRho();
-            d.threads[t]->Add_Rho12();
-        }
+        ForEachBlock(d.threads, d.nThreads, [](int, ThreadData& block) {
+            block.SwapRho();
+            block.Add_Rho12();
+        });
         d.CalcFcalc(0);
         d.Calc_Constraint(1);
     }
     d.DFT_Derivatives();
     double a = 0.0, b = 0.0;
-    SumOverBlocks(d, a, b, [](ThreadData& block, double& x, double& y) {
+    TwoSums(d, a, b, [](ThreadData& block, double& x, double& y) {
         block.CopyRho();
         block.Calc_mu1(x, y);
     });
@@ -131,7 +116,7 @@ void StartUp(MEMData& d) {
     d.DFT_Derivatives();
     UpdateMeansAndGradient(d);
     double e1 = 0.0, e2 = 0.0;
-    SumOverBlocks(d, e1, e2, [](ThreadData& block, double& x, double& y) { block.Calc_Partial_Entropy(x, y); });
+    TwoSums(d, e1, e2, [](ThreadData& block, double& x, double& y) { block.Calc_Partial_Entropy(x, y); });
     d.entropyPlus = e1;
     d.entropyMinus = e2;
     d.objective = Objective(d);
@@ -142,7 +127,7 @@ void StartUp(MEMData& d) {
 // that exists.
 void KeepAccepted(MEMData& d) {
     double e1 = 0.0, e2 = 0.0;
-    SumOverBlocks(d, e1, e2, [](ThreadData& block, double& x, double& y) {
+    TwoSums(d, e1, e2, [](ThreadData& block, double& x, double& y) {
         block.SwapRho();
         block.Add_Rho12();
         block.Calc_Partial_Entropy(x, y);
@@ -204,9 +189,7 @@ void MEMData::Cambridge() {
             PostCalculation();
         }
         if (0.1 > gradNorm && cycle >= 2) AdaptMultiplier(*this);
-#pragma omp parallel num_threads(nThreads)
-        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-            threads[t]->SwapRho();
+        ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.SwapRho(); });
         UpdateMeansAndGradient(*this);
         ++cycle;
         // A changed lambda must not count as a loss in the next comparison.

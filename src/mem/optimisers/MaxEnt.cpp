@@ -34,9 +34,3 @@ void MEMData::MaxEnt() {
     }
     PostCalculation();
 }
-
-void MEMData::Polish() {
-    ZSPA(param.maxCycles);
-    PostCalculation();
-    Cambridge();
-}

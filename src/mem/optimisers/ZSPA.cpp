@@ -1,9 +1,8 @@
 // The zeroth-order single-pixel approximation: a fixed-point iteration of the density with one adaptive multiplier.
-#include <omp.h>
-
 #include <cmath>
 
 #include "app/IO.h"
+#include "mem/ForEachBlock.h"
 #include "mem/MEMData.h"
 #include "mem/ThreadData.h"
 
@@ -34,9 +33,7 @@ bool MakeCandidate(MEMData& d) {
 }
 
 void SwapDensities(MEMData& d) {
-#pragma omp parallel num_threads(d.nThreads)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
-        d.threads[t]->SwapRho();
+    ForEachBlock(d.threads, d.nThreads, [](int, ThreadData& block) { block.SwapRho(); });
 }
 
 void PrintCycle(const MEMData& d, double dC) {
@@ -48,22 +45,15 @@ void PrintCycle(const MEMData& d, double dC) {
 }  // namespace
 
 void MEMData::ZSPA_ExpStep(double lambda, double& Zp, double& Zm) {
-    double sum1 = 0.0, sum2 = 0.0;
-#pragma omp parallel num_threads(nThreads) reduction(+ : sum1, sum2)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
-        double z1 = 0.0, z2 = 0.0;
-        threads[t]->ZSPA_Calc_Next_Rho1(lambda, z1, z2);
-        sum1 += z1;
-        sum2 += z2;
-    }
-    Zp = sum1;
-    Zm = sum2;
+    double sums[2];
+    SumOverBlocks(threads, nThreads, blockSums, 2, sums,
+                  [&](int, ThreadData& block, double* z) { block.ZSPA_Calc_Next_Rho1(lambda, z[0], z[1]); });
+    Zp = sums[0];
+    Zm = sums[1];
 }
 
 void MEMData::ZSPA_Scale(double a, double b) {
-#pragma omp parallel num_threads(nThreads)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads())
-        threads[t]->ZSPA_Normalize(a, b);
+    ForEachBlock(threads, nThreads, [=](int, ThreadData& block) { block.ZSPA_Normalize(a, b); });
 }
 
 void MEMData::ZSPA(int maxCycles) {

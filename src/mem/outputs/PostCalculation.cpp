@@ -1,5 +1,4 @@
 // End of an analysis: closing statistics, the residual histogram, and all output files.
-#include <omp.h>
 
 #include <cmath>
 #include <vector>
@@ -35,16 +34,11 @@ void MEMData::PostCalculation() {
 
     // ZSPA and the dual solver leave the entropies to the end; the others keep them current.
     if (param.algorithm == 0 || param.algorithm == 4) {
-        double e1 = 0.0, e2 = 0.0;
-#pragma omp parallel num_threads(nThreads) reduction(+ : e1, e2)
-        for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
-            double sp = 0.0, sm = 0.0;
-            threads[t]->Calc_Partial_Entropy(sp, sm);
-            e1 += sp;
-            e2 += sm;
-        }
-        entropyPlus = e1;
-        entropyMinus = e2;
+        double e[2];
+        SumOverBlocks(threads, nThreads, blockSums, 2, e,
+                      [](int, ThreadData& block, double* s) { block.Calc_Partial_Entropy(s[0], s[1]); });
+        entropyPlus = e[0];
+        entropyMinus = e[1];
     }
 
     for (int n = 0; n < 8; ++n) orders[n] = 2 * (n + 1);
