@@ -109,7 +109,7 @@ void MEMData::Calc_Constraint(int cycle) {
         double weight = param.lambdaFraction[c];
         if (c > 0 && weight == 0.0)
             continue;
-        if (param.algorithm == kAlgorithmZSPA && weight != 0.0)
+        if (Algorithm() == kAlgorithmZSPA && weight != 0.0)
             weight /= std::pow(constr, c);
         wConstr += constraints[c]->CalcDerivative(cycle, reflections, residualRe, residualIm,
                                                   weightF, Gcalc, groupSize, groupMult,

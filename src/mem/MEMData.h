@@ -76,6 +76,9 @@ public:
   // Evaluation of the present density.
   void CalcFcalc(int withE);
   void Calc_Constraint(int cycle);
+  // The optimiser whose result this is: the setting, or L-BFGS when
+  // algorithm 4 handed the run over.
+  int Algorithm() const;
   // Size below which a calculated structure factor is rounding noise.
   double RoundingLevel() const;
   void Calc_dSdR(VectorXDMP& g);
@@ -119,7 +122,11 @@ public:
   double gradNorm = 0.0;
   double mu1Mean = 0.0;
   double mu2Mean = 0.0;
-  double finalLambda = 0.0;
+  // The Lagrange multiplier of the constraint, its one home: the settings'
+  // lambda at the start, changed by ZSPA and Cambridge as they go, and after
+  // a run the last one, "lambda1" in the report. L-BFGS works on 1 / lambda
+  // in multipliers[0] and leaves its value here at checkpoints and at the end.
+  double lambda = 0.0;
   int gridSize[3] = {0, 0, 0};          // voxels along a, b, c; zero until fixed
   int nVoxelCell = 0;
   ObjVector<StructureFactor> reflections;

@@ -28,6 +28,7 @@ fftw_complex* AllocateComplexGrid(long n) {
 void MEMData::PrepareCalculation(ProgressFunction timer, void* stamp) {
     progressFn = timer;
     progressArg = stamp;
+    lambda = param.lambda;
     MakeThreadData();
 
     if (param.entropyOrder > 1) {

@@ -102,7 +102,7 @@ TEST(DualNewton, RestartsNearTheOptimum) {
     }
     EXPECT_LE(std::fabs(again.constr - 1.0), 1e-4);
     EXPECT_LT(again.cycle, first.cycle / 2) << "first run " << first.cycle << " cycles";
-    EXPECT_NEAR(again.finalLambda, first.finalLambda, 1e-4 * first.finalLambda);
+    EXPECT_NEAR(again.lambda, first.lambda, 1e-4 * first.lambda);
 }
 
 // Overlap groups lie outside the dual: the run is handed to L-BFGS, says so
@@ -115,7 +115,7 @@ TEST(DualNewton, HandsOverlapGroupsToLbfgs) {
     CapturedOutput out;
     d.MaxEnt();
     EXPECT_NE(out.text().find("Algorithm 4 handed over to L-BFGS: overlap groups"), std::string::npos);
-    EXPECT_EQ(d.param.algorithm, 1);
+    EXPECT_EQ(d.Algorithm(), 1);
     EXPECT_LT(d.constr - 1.0, d.param.convergenceLimit);
     const std::string report = ReadText(d.param.outFile);
     EXPECT_NE(report.find("  Algorithm 4 handed over to L-BFGS: overlap groups"), std::string::npos);

@@ -17,7 +17,7 @@ class RecordingAnalysis : public TestAnalysis {
 public:
     bool recording = false;
     void DFT_Derivatives() override {
-        if (recording) IO::Printf("ACCEPTED %.17g\n", param.lambda);
+        if (recording) IO::Printf("ACCEPTED %.17g\n", lambda);
         MEMData3D::DFT_Derivatives();
     }
 };
@@ -28,7 +28,7 @@ TEST(ZSPA, HalvesOnFailureAndNeverRegrowsToTheCeiling) {
     PrepareP1(d, dir);
     // A multiplier far too large overshoots, so the first attempts fail.
     const double start = 20.0, t = d.param.coefT;
-    d.param.lambda = start;
+    d.lambda = start;
     d.recording = true;
     CapturedOutput out;
     d.ZSPA(d.param.maxCycles);
@@ -54,7 +54,7 @@ TEST(ZSPA, HalvesOnFailureAndNeverRegrowsToTheCeiling) {
     }
     EXPECT_GE(runs, 1);
     EXPECT_GE(accepted, 5);
-    EXPECT_DOUBLE_EQ(d.finalLambda, lambda);
+    EXPECT_DOUBLE_EQ(d.lambda, lambda);
     EXPECT_LE(d.constr - 1.0, 1e-5);
 }
 
@@ -63,11 +63,11 @@ TEST(ZSPA, ConvergesAndRunsNoCycleWhenNoneIsDue) {
     TempDir dir;
     TestAnalysis d;
     PrepareP1(d, dir);
-    const double lambda = d.param.lambda, before = d.threads[0]->rho1Old[0];
+    const double lambda = d.lambda, before = d.threads[0]->rho1Old[0];
     CapturedOutput out;
     d.ZSPA(1);
     EXPECT_EQ(d.cycle, 1);
-    EXPECT_EQ(d.finalLambda, lambda);
+    EXPECT_EQ(d.lambda, lambda);
     EXPECT_EQ(d.threads[0]->rho1Old[0], before);
     EXPECT_EQ(d.constr, d.constr0);
     EXPECT_TRUE(out.text().empty());
@@ -98,7 +98,7 @@ TEST(ZSPA, ANonFiniteStartEndsInsteadOfFallingBackForever) {
     d.param.maxCycles = 3;
     CapturedOutput out;
     d.ZSPA(d.param.maxCycles);
-    EXPECT_EQ(d.finalLambda, 0.0);
+    EXPECT_EQ(d.lambda, 0.0);
     EXPECT_NE(out.text().find("(lambda=0.000000E+00)"), std::string::npos);
 }
 

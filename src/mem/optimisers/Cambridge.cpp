@@ -34,7 +34,7 @@ void TwoSums(MEMData& d, double& s1, double& s2, F f) {
 // The logarithmic means of the exponential densities for the multiplier,
 // averaged into the running ones; then the gradient of Q and its norm.
 void UpdateMeansAndGradient(MEMData& d) {
-    const double L = d.finalLambda;
+    const double L = d.lambda;
     double s1 = 0.0, s2 = 0.0;
     TwoSums(d, s1, s2, [&](ThreadData& b, double& x, double& y) { b.Calc_mu2(L, x, y); });
     if (d.targetMoment[0] != 0.0) s1 = std::log(std::fabs(s1));
@@ -57,7 +57,7 @@ bool HoldsTotals(const MEMData& d) {
 }
 
 double Objective(const MEMData& d) {
-    return d.entropyPlus + d.entropyMinus - (d.wConstr - 1.0) * d.finalLambda;
+    return d.entropyPlus + d.entropyMinus - (d.wConstr - 1.0) * d.lambda;
 }
 
 // One trial density for the damping `step`, normalised to the totals, with
@@ -86,7 +86,7 @@ void Trial(MEMData& d, double step) {
 // its density as the start, the mean logarithms, and the multiplier of the
 // normalisation; the larger of the two multipliers is taken.
 void StartUp(MEMData& d) {
-    d.finalLambda = 1.0;
+    d.lambda = 1.0;
     d.gradNorm = 1.0;
     d.cycle = 1;
     double startStep = (d.constr - 1.0) / std::fabs(d.constr - 1.0) * 0.0001;
@@ -109,8 +109,8 @@ void StartUp(MEMData& d) {
     });
     d.mu1Mean = a / d.nVoxelCell;
     d.mu2Mean = b / d.nVoxelCell;
-    d.finalLambda = LineSearch(CalcLambda, &d, d.finalLambda, 1e-9, 4.0);
-    if (std::fabs(startStep) > std::fabs(d.finalLambda)) d.finalLambda = startStep;
+    d.lambda = LineSearch(CalcLambda, &d, d.lambda, 1e-9, 4.0);
+    if (std::fabs(startStep) > std::fabs(d.lambda)) d.lambda = startStep;
     d.CalcFcalc(0);
     d.Calc_Constraint(1);
     d.DFT_Derivatives();
@@ -143,9 +143,9 @@ void KeepAccepted(MEMData& d) {
 void AdaptMultiplier(MEMData& d) {
     const double x = d.constr - 1.0;
     if (std::fabs(x) > 0.1)
-        d.finalLambda *= 1.0 + 0.05 * (x > 0.0 ? 1.0 : -1.0);
+        d.lambda *= 1.0 + 0.05 * (x > 0.0 ? 1.0 : -1.0);
     else
-        d.finalLambda *= 0.2 * d.constr + 0.8;
+        d.lambda *= 0.2 * d.constr + 0.8;
 }
 
 }  // namespace
@@ -178,7 +178,7 @@ void MEMData::Cambridge() {
             break;
         }
         if (cycle % 10 == 0 || Done(*this)) {
-            IO::Printf(" CYCLE %d: Lambda=%13.6E  <dQ/dR> = %13.6E\n", cycle, finalLambda, gradNorm);
+            IO::Printf(" CYCLE %d: Lambda=%13.6E  <dQ/dR> = %13.6E\n", cycle, lambda, gradNorm);
             IO::Printf(" CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E\n", constr, CONF, CONG);
             IO::Printf("  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n\n", prevQ - objective, RF, wRF);
         }

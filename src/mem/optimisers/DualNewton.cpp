@@ -519,7 +519,7 @@ bool DualSolver::NewtonStep(double tolerance) {
 
 // Results of the present density written as at the end.
 void DualSolver::Checkpoint() {
-    d.finalLambda = lambda;
+    d.lambda = lambda;
     d.gradNorm = gamma;
     d.CalcFcalc(1);
     d.PostCalculation();
@@ -595,7 +595,7 @@ void DualSolver::Run() {
         target = nextTarget;
         SetLambda(std::exp(lnL + step));
     }
-    d.finalLambda = lambda;
+    d.lambda = lambda;
     d.gradNorm = gamma;
     d.CalcFcalc(1);
 }

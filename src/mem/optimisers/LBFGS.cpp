@@ -70,7 +70,7 @@ void ShareUnknowns(MEMData& d) {
 // A restarted run: the multiplier that makes an exponential density of the
 // present derivative match the file's logarithmic mean.
 void StartFromFile(MEMData& d) {
-    d.finalLambda = 1.0;
+    d.lambda = 1.0;
     double a = 0.0, b = 0.0;
 #pragma omp parallel num_threads(d.nThreads) reduction(+ : a, b)
     for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
@@ -83,9 +83,9 @@ void StartFromFile(MEMData& d) {
     d.mu2Mean = b / d.nVoxelCell;
     d.multipliers[1] = -d.mu1Mean;
     d.multipliers[2] = -d.mu2Mean;
-    double lambda1 = d.finalLambda;
-    d.finalLambda = LineSearch(CalcLambda, &d, lambda1, 0.0001, 4.0);
-    d.multipliers[0] = 1.0 / d.finalLambda;
+    double lambda1 = d.lambda;
+    d.lambda = LineSearch(CalcLambda, &d, lambda1, 0.0001, 4.0);
+    d.multipliers[0] = 1.0 / d.lambda;
 }
 
 // Between runs of the minimiser: 1 / lambda from a power law C(L) through the
@@ -142,7 +142,7 @@ bool Settled(MEMData& d, double Q, int k) {
 
 // Results of the present density written as at the end, so that a long run leaves them behind.
 void Checkpoint(MEMData& d) {
-    d.finalLambda = 1.0 / d.multipliers[0];
+    d.lambda = 1.0 / d.multipliers[0];
     d.CalcFcalc(1);
     d.PostCalculation();
 }
@@ -266,7 +266,7 @@ void MEMData::L_BFGS() {
         UpdateTotalsMultipliers(*this, status);
         if (cycle >= param.maxCycles || idleRuns >= kMaxIdleRuns) break;
     }
-    finalLambda = 1.0 / multipliers[0];
+    lambda = 1.0 / multipliers[0];
     CalcFcalc(1);
     IO::Printf("L-BFGS: %d cycles, %d evaluations of the objective\n", cycle, evaluations);
 }

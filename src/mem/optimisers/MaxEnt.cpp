@@ -24,7 +24,6 @@ void MEMData::MaxEnt() {
         if (const char* why = DualNewtonUnfit(*this)) {
             handOverNote = std::string("Algorithm 4 handed over to L-BFGS: ") + why + ".";
             IO::Printf("%s\n", handOverNote.c_str());
-            param.algorithm = kLBFGS;
             L_BFGS();
         } else {
             DualNewton();
@@ -34,3 +33,5 @@ void MEMData::MaxEnt() {
     }
     PostCalculation();
 }
+
+int MEMData::Algorithm() const { return handOverNote.empty() ? param.algorithm : kLBFGS; }

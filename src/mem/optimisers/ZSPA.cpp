@@ -22,7 +22,7 @@ bool GoOn(const MEMData& d) { return d.constr - 1.0 > kGoOnAbove || std::isnan(d
 // the densities untouched, when the new totals are not finite.
 bool MakeCandidate(MEMData& d) {
     double sum1 = 0.0, sum2 = 0.0;
-    d.ZSPA_ExpStep(d.param.lambda, sum1, sum2);
+    d.ZSPA_ExpStep(d.lambda, sum1, sum2);
     if (!std::isfinite(sum1) || !std::isfinite(sum2)) return false;
 
     // Without a negative density sum2 is 0 and b is not finite; the blocks skip that side.
@@ -37,7 +37,7 @@ void SwapDensities(MEMData& d) {
 }
 
 void PrintCycle(const MEMData& d, double dC) {
-    IO::Printf(" CYCLE %d: Lambda=%E\n", d.cycle, d.param.lambda);
+    IO::Printf(" CYCLE %d: Lambda=%E\n", d.cycle, d.lambda);
     IO::Printf(" CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E\n", d.constr, d.CONF, d.CONG);
     IO::Printf("  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n\n", dC, d.RF, d.wRF);
 }
@@ -74,16 +74,19 @@ void MEMData::ZSPA(int maxCycles) {
 
         // Rejected only when both measures got worse, or the attempt was not finite.
         if ((dQ > 0.0 && dC > 0.0) || std::isnan(wConstr) || bad) {
-            if (failures == 0) lambdaCeiling = param.lambda;
-            param.lambda *= 0.5;
-            IO::Printf("A new value of lambda has been determined. (lambda=%E)\n", param.lambda);
+            if (failures == 0) lambdaCeiling = lambda;
+            lambda *= 0.5;
+            IO::Printf("A new value of lambda has been determined. (lambda=%E)\n", lambda);
             if (++failures <= kMaxFailures) continue;
             // A multiplier that halving no longer changes (0, infinite, NaN)
             // would send the fall-back into itself without end.
-            if (param.lambda != 0.0 && std::isfinite(param.lambda)) {
+            if (lambda != 0.0 && std::isfinite(lambda)) {
                 ZSPA(param.maxCycles);
+                // The report of the fall-back gives the multiplier that ZSPA ended with.
+                const double zspaLambda = lambda;
                 PostCalculation();
                 Cambridge();
+                lambda = zspaLambda;
             }
             break;
         }
@@ -98,10 +101,9 @@ void MEMData::ZSPA(int maxCycles) {
         prevQ = wConstr;
         prevC = constr;
         const double t = param.coefT;
-        if (lambdaCeiling > (1.0 + t) * param.lambda) param.lambda += t * param.lambda;
+        if (lambdaCeiling > (1.0 + t) * lambda) lambda += t * lambda;
         ++cycle;
     }
 
-    finalLambda = param.lambda;
     CalcFcalc(1);
 }

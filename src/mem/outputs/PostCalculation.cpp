@@ -33,7 +33,7 @@ void MEMData::PostCalculation() {
     if (progressFn) progressFn(progressArg, timeMEM);
 
     // ZSPA and the dual solver leave the entropies to the end; the others keep them current.
-    if (param.algorithm == 0 || param.algorithm == 4) {
+    if (Algorithm() == 0 || Algorithm() == 4) {
         double e[2];
         SumOverBlocks(threads, nThreads, blockSums, 2, e,
                       [](int, ThreadData& block, double* s) { block.Calc_Partial_Entropy(s[0], s[1]); });

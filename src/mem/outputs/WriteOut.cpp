@@ -79,7 +79,7 @@ void WriteSettings(FILE* f, const MEMData3D& d) {
     fprintf(f, "  or the sum of coherent-scattering lengths for all the atoms\n");
     fprintf(f, "  in the unit cell (neutron diffraction): %g, %g\n\n", d.targetMoment[0],
             d.targetMoment[1]);
-    switch (p.algorithm) {
+    switch (d.Algorithm()) {
         case 0: fprintf(f, "  The 0th order single-pixel approximation (ZSPA) algorithm\n"); break;
         case 1: fprintf(f, "  The Limited-memory BFGS algorithm\n"); break;
         case 2: fprintf(f, "  The Cambridge algorithm\n"); break;
@@ -91,7 +91,7 @@ void WriteSettings(FILE* f, const MEMData3D& d) {
     else
         fprintf(f, "  Calculation was started from uniform densities.\n");
     if (!d.handOverNote.empty()) fprintf(f, "  %s\n", d.handOverNote.c_str());
-    if (p.algorithm == 1 || p.algorithm == 4) {
+    if (d.Algorithm() == 1 || d.Algorithm() == 4) {
         if (p.priorType != 0)
             fprintf(f, "  Prior density distribution is from file.\n");
         else
@@ -99,7 +99,7 @@ void WriteSettings(FILE* f, const MEMData3D& d) {
     }
     fprintf(f, "                   Initial lambda1 = %E\n", p.initialLambda);
     fprintf(f, "      \"Ad-hoc\" weighting factor, n = %E\n", p.weightPowerD);
-    if (p.algorithm == 0) fprintf(f, "  Coefficient, t, to adjust lambda = %f\n", p.coefT);
+    if (d.Algorithm() == 0) fprintf(f, "  Coefficient, t, to adjust lambda = %f\n", p.coefT);
     fprintf(f, "  Coefficient, E, to adjust estimated standard deviations = %g\n\n", p.coefE);
     fprintf(f, "  Wighting factors lambda_n for higher order constraints.\n");
     fprintf(f, "  lambda_2  lambda_4  lambda_6  lambda_8  lambda_10 lambda_12 lambda_14 lambda_16.\n");
@@ -115,12 +115,12 @@ void WriteResults(FILE* f, const MEMData3D& d) {
     static const char* const kLabels[8] = {"C2 ", "C4 ", "C6 ", "C8 ", "C10", "C12", "C14", "C16"};
     fprintf(f, " **************************** End of MEM analysis *************************** \n");
     fprintf(f, d.useFFT ? "  The FFT routine was used.\n\n" : "  The DFT routine was used.\n\n");
-    fprintf(f, "           lambda1 = %g\n", d.finalLambda);
+    fprintf(f, "           lambda1 = %g\n", d.lambda);
     fprintf(f, "  Number of cycles = %d\n", d.cycle);
     fprintf(f, "  CONSTR = %14.7E   RF = %8.6f\n", d.constr, d.RF);
     fprintf(f, " wCONSTR = %14.7E  wRF = %8.6f\n", d.wConstr, d.wRF);
     fprintf(f, "    CONF = %14.7E CONG = %14.7E\n", d.CONF, d.CONG);
-    if (d.param.algorithm > 0) fprintf(f, " <dQ/dR> = %14.7E\n", d.gradNorm);
+    if (d.Algorithm() > 0) fprintf(f, " <dQ/dR> = %14.7E\n", d.gradNorm);
     fprintf(f, "\n");
     for (int n = 0; n < 8; ++n)
         fprintf(f, "     %s = %14.7E   ln(%s) = %10.6f\n", kLabels[n], d.Cn[n], kLabels[n],
