@@ -31,6 +31,7 @@
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
 #include "mem/VectorMath.h"
+#include "mem/optimisers/ZSPA.h"
 
 namespace {
 
@@ -210,7 +211,7 @@ double ZspaAttempt(MEMData3D& d) {
     rejected = 0;
     IO::Printf = &CountRejections;
     double start = omp_get_wtime();
-    d.ZSPA(2);
+    ZSPA(d, 2);
     double seconds = omp_get_wtime() - start;
     IO::Printf = &Quiet;
     start = omp_get_wtime();

@@ -21,6 +21,7 @@
 #include "app/Version.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
+#include "mem/optimisers/MaxEnt.h"
 
 #ifndef HALVORIN_BUILD_TYPE
 #define HALVORIN_BUILD_TYPE "unknown"
@@ -162,7 +163,7 @@ int main(int argc, char** argv) {
     mem.nThreads = TeamSize();
 
     mem.PrepareCalculation(timer_function::check_timer, &stamp);
-    mem.MaxEnt();
+    MaxEnt(mem);
 
     WriteElapsedTimes(stdout, mem.timePrep, mem.timeMEM);
     return 0;

@@ -45,9 +45,3 @@ public:
     void Calc_CFn(double* out, int* orders, int count, double* dA, double* dB,
                                 std::vector<int>& groupSize);
 };
-
-// Functions of one trial multiplier for the scalar root finder; data is the MEMData.
-// C - 1 for the densities that the exponential step with multiplier lambda gives.
-double CalcC2(void* data, double lambda);
-// Mismatch of the logarithmic mean of the exponential densities with the stored one.
-double CalcLambda(void* data, double lambda);

@@ -1,5 +1,6 @@
 // The constraint of the whole analysis: chi-square, R factors, the eight generalised
 // terms and their merged derivatives; and the two functions of a trial multiplier.
+#include "mem/Constraints.h"
 
 #include <algorithm>
 #include <cfloat>
@@ -10,6 +11,7 @@
 #include "mem/Constraint.h"
 #include "mem/MEMData.h"
 #include "mem/ThreadData.h"
+#include "mem/optimisers/ZSPA.h"
 
 namespace {
 
@@ -121,8 +123,8 @@ void MEMData::Calc_Constraint(int cycle) {
 double CalcC2(void* data, double lambda) {
     MEMData& mem = *static_cast<MEMData*>(data);
     double Zp = 0.0, Zm = 0.0;
-    mem.ZSPA_ExpStep(lambda, Zp, Zm);
-    mem.ZSPA_Scale(mem.targetMoment[0] / Zp, mem.targetMoment[1] / Zm);
+    ZSPA_ExpStep(mem, lambda, Zp, Zm);
+    ZSPA_Scale(mem, mem.targetMoment[0] / Zp, mem.targetMoment[1] / Zm);
     mem.CalcFcalc(0);
     mem.Calc_Constraint(1);
     IO::Printf("      C = %15.7E   lambda = %15.7E\n", mem.constr - 1.0, lambda);

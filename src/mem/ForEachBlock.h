@@ -21,17 +21,21 @@ inline int TeamSize() {
 // threads each thread keeps the block whose memory it first touched, and a
 // smaller team (OMP_NUM_THREADS, nested use) still visits every block once.
 // `body(b, block)` must touch only block b's voxels and anything else indexed
-// by b.
+// by b. This region is the engine's one loop over the blocks: every pass of a
+// cycle comes through it, so that the rule above holds in one place.
 template <class Blocks, class Body>
 void ForEachBlock(const Blocks& blocks, int nThreads, Body body) {
+  const int n = static_cast<int>(blocks.size());
 #pragma omp parallel num_threads(nThreads)
-  for (int b = omp_get_thread_num(); b < blocks.size(); b += omp_get_num_threads())
+  for (int b = omp_get_thread_num(); b < n; b += omp_get_num_threads())
     body(b, *blocks[b]);
 }
 
 // Splits [0, n) into one contiguous run per thread of the team and calls
 // body(begin, end) once for each: the loop for passes over the whole cell or
 // over the reflections, where the work is even and needs no block structure.
+// It stands apart from ForEachBlock because its shares follow the team, not
+// the blocks.
 template <class Body>
 void ForEachShare(long n, int nThreads, Body body) {
 #pragma omp parallel num_threads(nThreads)

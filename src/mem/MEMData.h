@@ -52,7 +52,6 @@ public:
   virtual bool ReadAlb3D(const std::string& path, float* cell) = 0;
 
   // Run sequence.
-  void MaxEnt();
   bool ReadAlb(const std::string& path);
   void Wilson(double& scale, double& Biso);
   // Allocates the value arrays for the present reflection counts; a reader
@@ -62,16 +61,7 @@ public:
   void PostCalculation();
 
   // Optimisers.
-  void ZSPA(int maxCycles);
-  void Cambridge();
   void L_BFGS();
-  // Algorithm 4: the exact density by Newton-CG on the Lagrange dual.
-  void DualNewton();
-  // ZSPA's exponential step of every block from the accepted density for the
-  // multiplier lambda; Zp and Zm are set to the new totals of the two sides.
-  void ZSPA_ExpStep(double lambda, double& Zp, double& Zm);
-  // Scales the two sides of every block by a and b and forms rho12.
-  void ZSPA_Scale(double a, double b);
 
   // Evaluation of the present density.
   void CalcFcalc(int withE);

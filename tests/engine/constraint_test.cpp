@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "mem/Constraint.h"
+#include "mem/Constraints.h"
 #include "analysis_fixture.h"
 
 namespace {

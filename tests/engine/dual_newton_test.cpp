@@ -8,6 +8,7 @@
 
 #include "analysis_fixture.h"
 #include "mem/optimisers/DualNewton.h"
+#include "mem/optimisers/MaxEnt.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ TEST(DualNewton, EndsAtTheExactOptimum) {
             }
             {
                 CapturedOutput quiet;
-                d.MaxEnt();
+                MaxEnt(d);
             }
             EXPECT_TRUE(d.handOverNote.empty()) << spec;
             EXPECT_LE(std::fabs(d.constr - 1.0), 1e-4) << spec;
@@ -90,7 +91,7 @@ TEST(DualNewton, RestartsNearTheOptimum) {
     PrepareSpec(first, dir, "zno.mem", 4, 5000);
     {
         CapturedOutput quiet;
-        first.MaxEnt();
+        MaxEnt(first);
     }
     TestAnalysis again;
     again.param.startType = 1;
@@ -98,7 +99,7 @@ TEST(DualNewton, RestartsNearTheOptimum) {
     EXPECT_LT(std::fabs(again.constr0 - 1.0), 1e-3);
     {
         CapturedOutput quiet;
-        again.MaxEnt();
+        MaxEnt(again);
     }
     EXPECT_LE(std::fabs(again.constr - 1.0), 1e-4);
     EXPECT_LT(again.cycle, first.cycle / 2) << "first run " << first.cycle << " cycles";
@@ -113,7 +114,7 @@ TEST(DualNewton, HandsOverlapGroupsToLbfgs) {
     PrepareSpec(d, dir, "nacl.mem", 4, 5000);
     EXPECT_NE(DualNewtonUnfit(d), nullptr);
     CapturedOutput out;
-    d.MaxEnt();
+    MaxEnt(d);
     EXPECT_NE(out.text().find("Algorithm 4 handed over to L-BFGS: overlap groups"), std::string::npos);
     EXPECT_EQ(d.Algorithm(), 1);
     EXPECT_LT(d.constr - 1.0, d.param.convergenceLimit);

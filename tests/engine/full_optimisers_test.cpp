@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "analysis_fixture.h"
+#include "mem/optimisers/Cambridge.h"
 
 namespace {
 
@@ -128,7 +129,7 @@ TEST(FullOptimisers, LeaveResultsAtCycle500AndRestartFromThem) {
         PrepareExample(first, dir, "rutile", 600);
         first.param.algorithm = algorithm;
         CapturedOutput quiet;
-        algorithm == 1 ? first.L_BFGS() : first.Cambridge();
+        algorithm == 1 ? first.L_BFGS() : Cambridge(first);
         EXPECT_EQ(first.writtenAt, std::vector<int>{500}) << algorithm;
         // 600 cycles are far too few for Cambridge's own stop test on this set:
         // the report says what to run instead.

@@ -9,6 +9,7 @@
 
 #include "mem/outputs/GridFile.h"
 #include "analysis_fixture.h"
+#include "mem/optimisers/ZSPA.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ std::vector<float> WriteConvergedGrid(const TempDir& dir, const std::string& nam
     TestAnalysis d;
     PrepareP1(d, dir);
     CapturedOutput quiet;
-    d.ZSPA(d.param.maxCycles);
+    ZSPA(d, d.param.maxCycles);
     if (!name.empty()) d.param.gridFile = dir.file(name);
     EXPECT_EQ(d.WritePgrid(), 0);
     return Densities(d);

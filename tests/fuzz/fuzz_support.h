@@ -14,6 +14,7 @@
 #include "app/Timer.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
+#include "mem/optimisers/MaxEnt.h"
 
 // Readers take paths, so every input goes through a file of this process.
 inline std::string WriteInput(const uint8_t* data, size_t size, const char* extension) {
@@ -57,7 +58,7 @@ inline void FuzzAnalysis(MEMData3D& mem) {
     mem.nThreads = omp_get_max_threads();
     double stamp = omp_get_wtime();
     mem.PrepareCalculation(timer_function::check_timer, &stamp);
-    mem.MaxEnt();
+    MaxEnt(mem);
 }
 
 // The input as a data set of the given file type.

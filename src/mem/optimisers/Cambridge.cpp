@@ -1,10 +1,12 @@
 // The Cambridge algorithm: a damped Newton-like ascent of S - lambda (C - 1), with the
 // multiplier adapted towards CONSTR = 1 as the gradient shrinks.
+#include "mem/optimisers/Cambridge.h"
+
 #include <cmath>
 
 #include "app/IO.h"
 #include "ls/LineSearch.h"
-#include "mem/Constraint.h"
+#include "mem/Constraints.h"
 #include "mem/MEMData.h"
 #include "mem/ThreadData.h"
 
@@ -150,52 +152,52 @@ void AdaptMultiplier(MEMData& d) {
 
 }  // namespace
 
-void MEMData::Cambridge() {
-    stalled = false;
+void Cambridge(MEMData& d) {
+    d.stalled = false;
     // A density that is not finite gives nothing to search or improve: every
     // evaluation would be not-a-number, and the searches would only walk.
-    if (!std::isfinite(constr)) {
-        CalcFcalc(1);
+    if (!std::isfinite(d.constr)) {
+        d.CalcFcalc(1);
         return;
     }
     double step = 1.0;
-    StartUp(*this);
-    double prevQ = objective;
-    while (cycle < param.maxCycles) {
+    StartUp(d);
+    double prevQ = d.objective;
+    while (d.cycle < d.param.maxCycles) {
         // A failed trial damps the step harder; a Q that no damping improves ends the run.
         for (;;) {
-            Trial(*this, step);
-            if (std::isfinite(objective) && prevQ <= objective) break;
+            Trial(d, step);
+            if (std::isfinite(d.objective) && prevQ <= d.objective) break;
             if (kLargestStep > step) {
                 step *= 2.0;
                 continue;
             }
-            cycle = param.maxCycles;
+            d.cycle = d.param.maxCycles;
             break;
         }
-        if (!std::isfinite(objective)) {
-            KeepAccepted(*this);
+        if (!std::isfinite(d.objective)) {
+            KeepAccepted(d);
             break;
         }
-        if (cycle % 10 == 0 || Done(*this)) {
-            IO::Printf(" CYCLE %d: Lambda=%13.6E  <dQ/dR> = %13.6E\n", cycle, lambda, gradNorm);
-            IO::Printf(" CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E\n", constr, CONF, CONG);
-            IO::Printf("  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n\n", prevQ - objective, RF, wRF);
+        if (d.cycle % 10 == 0 || Done(d)) {
+            IO::Printf(" CYCLE %d: Lambda=%13.6E  <dQ/dR> = %13.6E\n", d.cycle, d.lambda, d.gradNorm);
+            IO::Printf(" CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E\n", d.constr, d.CONF, d.CONG);
+            IO::Printf("  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n\n", prevQ - d.objective, d.RF, d.wRF);
         }
         if (step > 1e-5) step *= 0.95;
-        if (cycle > param.maxCycles || Done(*this)) break;
-        if (cycle % kCheckpointEvery == 0) {
-            CalcFcalc(1);
-            PostCalculation();
+        if (d.cycle > d.param.maxCycles || Done(d)) break;
+        if (d.cycle % kCheckpointEvery == 0) {
+            d.CalcFcalc(1);
+            d.PostCalculation();
         }
-        if (0.1 > gradNorm && cycle >= 2) AdaptMultiplier(*this);
-        ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.SwapRho(); });
-        UpdateMeansAndGradient(*this);
-        ++cycle;
+        if (0.1 > d.gradNorm && d.cycle >= 2) AdaptMultiplier(d);
+        ForEachBlock(d.threads, d.nThreads, [](int, ThreadData& block) { block.SwapRho(); });
+        UpdateMeansAndGradient(d);
+        ++d.cycle;
         // A changed lambda must not count as a loss in the next comparison.
-        objective = Objective(*this);
-        prevQ = objective;
+        d.objective = Objective(d);
+        prevQ = d.objective;
     }
-    stalled = !Done(*this);
-    CalcFcalc(1);
+    d.stalled = !Done(d);
+    d.CalcFcalc(1);
 }

@@ -613,8 +613,8 @@ const char* DualNewtonUnfit(const MEMData& d) {
     return nullptr;
 }
 
-void MEMData::DualNewton() {
-    cycle = 0;
-    DualSolver solver(*this);
+void DualNewton(MEMData& d) {
+    d.cycle = 0;
+    DualSolver solver(d);
     solver.Run();
 }

@@ -3,6 +3,13 @@
 
 class MEMData;
 
+// Solves for the density of largest entropy at CONSTR = 1 by Newton-CG on the
+// dual, one unknown per reflection component, through a series of stages in
+// lambda; ends with d.lambda, the density and all structure factors, the
+// listed-only reflections included. Takes only analyses that DualNewtonUnfit
+// accepts.
+void DualNewton(MEMData& d);
+
 // Why the dual solver cannot take this analysis, or null when it can. The
 // dual has one unknown per reflection component of an order-2 constraint
 // on individual reflections: overlap groups (a constraint on a magnitude),

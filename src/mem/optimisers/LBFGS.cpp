@@ -10,7 +10,7 @@
 #include "app/IO.h"
 #include "ls/LineSearch.h"
 #include "ls/lbfgs.h"
-#include "mem/Constraint.h"
+#include "mem/Constraints.h"
 #include "mem/MEMData.h"
 #include "mem/ThreadData.h"
 

@@ -1,10 +1,13 @@
 // The zeroth-order single-pixel approximation: a fixed-point iteration of the density with one adaptive multiplier.
+#include "mem/optimisers/ZSPA.h"
+
 #include <cmath>
 
 #include "app/IO.h"
 #include "mem/ForEachBlock.h"
 #include "mem/MEMData.h"
 #include "mem/ThreadData.h"
+#include "mem/optimisers/Cambridge.h"
 
 namespace {
 
@@ -22,11 +25,11 @@ bool GoOn(const MEMData& d) { return d.constr - 1.0 > kGoOnAbove || std::isnan(d
 // the densities untouched, when the new totals are not finite.
 bool MakeCandidate(MEMData& d) {
     double sum1 = 0.0, sum2 = 0.0;
-    d.ZSPA_ExpStep(d.lambda, sum1, sum2);
+    ZSPA_ExpStep(d, d.lambda, sum1, sum2);
     if (!std::isfinite(sum1) || !std::isfinite(sum2)) return false;
 
     // Without a negative density sum2 is 0 and b is not finite; the blocks skip that side.
-    d.ZSPA_Scale(d.targetMoment[0] / sum1, d.targetMoment[1] / sum2);
+    ZSPA_Scale(d, d.targetMoment[0] / sum1, d.targetMoment[1] / sum2);
     d.CalcFcalc(0);
     d.Calc_Constraint(d.cycle);
     return true;
@@ -44,66 +47,66 @@ void PrintCycle(const MEMData& d, double dC) {
 
 }  // namespace
 
-void MEMData::ZSPA_ExpStep(double lambda, double& Zp, double& Zm) {
+void ZSPA_ExpStep(MEMData& d, double lambda, double& Zp, double& Zm) {
     double sums[2];
-    SumOverBlocks(threads, nThreads, blockSums, 2, sums,
+    SumOverBlocks(d.threads, d.nThreads, d.blockSums, 2, sums,
                   [&](int, ThreadData& block, double* z) { block.ZSPA_Calc_Next_Rho1(lambda, z[0], z[1]); });
     Zp = sums[0];
     Zm = sums[1];
 }
 
-void MEMData::ZSPA_Scale(double a, double b) {
-    ForEachBlock(threads, nThreads, [=](int, ThreadData& block) { block.ZSPA_Normalize(a, b); });
+void ZSPA_Scale(MEMData& d, double a, double b) {
+    ForEachBlock(d.threads, d.nThreads, [=](int, ThreadData& block) { block.ZSPA_Normalize(a, b); });
 }
 
-void MEMData::ZSPA(int maxCycles) {
-    cycle = 1;
-    double prevQ = wConstr;  // wConstr of the last accepted cycle
-    double prevC = constr;   // constr of the last accepted cycle
+void ZSPA(MEMData& d, int maxCycles) {
+    d.cycle = 1;
+    double prevQ = d.wConstr;  // wConstr of the last accepted cycle
+    double prevC = d.constr;   // constr of the last accepted cycle
     double dQ = 0.0, dC = 0.0;
     // The multiplier never grows back to the value at which the last run of failures began.
     double lambdaCeiling = 1e16;
     int failures = 0;
 
-    while (maxCycles > cycle && GoOn(*this)) {
-        const bool bad = !MakeCandidate(*this);
+    while (maxCycles > d.cycle && GoOn(d)) {
+        const bool bad = !MakeCandidate(d);
         if (!bad) {
-            dQ = wConstr - prevQ;
-            dC = constr - prevC;
+            dQ = d.wConstr - prevQ;
+            dC = d.constr - prevC;
         }
 
         // Rejected only when both measures got worse, or the attempt was not finite.
-        if ((dQ > 0.0 && dC > 0.0) || std::isnan(wConstr) || bad) {
-            if (failures == 0) lambdaCeiling = lambda;
-            lambda *= 0.5;
-            IO::Printf("A new value of lambda has been determined. (lambda=%E)\n", lambda);
+        if ((dQ > 0.0 && dC > 0.0) || std::isnan(d.wConstr) || bad) {
+            if (failures == 0) lambdaCeiling = d.lambda;
+            d.lambda *= 0.5;
+            IO::Printf("A new value of lambda has been determined. (lambda=%E)\n", d.lambda);
             if (++failures <= kMaxFailures) continue;
             // A multiplier that halving no longer changes (0, infinite, NaN)
             // would send the fall-back into itself without end.
-            if (lambda != 0.0 && std::isfinite(lambda)) {
-                ZSPA(param.maxCycles);
+            if (d.lambda != 0.0 && std::isfinite(d.lambda)) {
+                ZSPA(d, d.param.maxCycles);
                 // The report of the fall-back gives the multiplier that ZSPA ended with.
-                const double zspaLambda = lambda;
-                PostCalculation();
-                Cambridge();
-                lambda = zspaLambda;
+                const double zspaLambda = d.lambda;
+                d.PostCalculation();
+                Cambridge(d);
+                d.lambda = zspaLambda;
             }
             break;
         }
 
         failures = 0;
-        const bool done = kDoneBelow > constr - 1.0;
-        if (cycle % 10 == 0 || done) PrintCycle(*this, dC);
+        const bool done = kDoneBelow > d.constr - 1.0;
+        if (d.cycle % 10 == 0 || done) PrintCycle(d, dC);
         if (done) break;  // the candidate itself is the result
 
-        SwapDensities(*this);
-        DFT_Derivatives();
-        prevQ = wConstr;
-        prevC = constr;
-        const double t = param.coefT;
-        if (lambdaCeiling > (1.0 + t) * lambda) lambda += t * lambda;
-        ++cycle;
+        SwapDensities(d);
+        d.DFT_Derivatives();
+        prevQ = d.wConstr;
+        prevC = d.constr;
+        const double t = d.param.coefT;
+        if (lambdaCeiling > (1.0 + t) * d.lambda) d.lambda += t * d.lambda;
+        ++d.cycle;
     }
 
-    CalcFcalc(1);
+    d.CalcFcalc(1);
 }
