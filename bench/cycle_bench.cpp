@@ -29,6 +29,7 @@
 #include "app/IO.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
+#include "mem/Prepare.h"
 #include "mem/ThreadData.h"
 #include "mem/VectorMath.h"
 #include "mem/optimisers/ZSPA.h"
@@ -270,7 +271,7 @@ int main(int argc, char** argv) {
     std::remove(dataFile.c_str());
     rmdir(scratch);
     double stamp = omp_get_wtime();
-    d.PrepareCalculation(nullptr, &stamp);
+    PrepareCalculation(d, nullptr, &stamp);
 
     // Attempts from the start of the run, where most are accepted. Each
     // repetition times the floor and then the engine, so that both see the

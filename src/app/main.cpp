@@ -21,6 +21,7 @@
 #include "app/Version.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
+#include "mem/Prepare.h"
 #include "mem/optimisers/MaxEnt.h"
 
 #ifndef HALVORIN_BUILD_TYPE
@@ -162,7 +163,7 @@ int main(int argc, char** argv) {
     // The team size found here is the number of voxel blocks for the whole run.
     mem.nThreads = TeamSize();
 
-    mem.PrepareCalculation(timer_function::check_timer, &stamp);
+    PrepareCalculation(mem, timer_function::check_timer, &stamp);
     MaxEnt(mem);
 
     WriteElapsedTimes(stdout, mem.timePrep, mem.timeMEM);

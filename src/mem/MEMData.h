@@ -57,7 +57,6 @@ public:
   // Allocates the value arrays for the present reflection counts; a reader
   // calls it once the counts are final and before it copies its values.
   void AllocateMemory();
-  void PrepareCalculation(ProgressFunction timer, void* stamp);
   void PostCalculation();
 
   // Optimisers.

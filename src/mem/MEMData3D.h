@@ -37,9 +37,7 @@ public:
   bool GridFitsMemory() const;
 
   // Output files and the restart and prior densities.
-  int WriteOut();
   int WritePgrid();
-  int WriteFba();
   int ReadRho2();
   int ReadPrior2();
 

@@ -1,4 +1,6 @@
 // Preparation of a calculation: blocks, constraints, sums and the evaluation of cycle 0.
+#include "mem/Prepare.h"
+
 #include <cmath>
 
 #include "app/IO.h"
@@ -25,52 +27,52 @@ fftw_complex* AllocateComplexGrid(long n) {
 
 }  // namespace
 
-void MEMData::PrepareCalculation(ProgressFunction timer, void* stamp) {
-    progressFn = timer;
-    progressArg = stamp;
-    lambda = param.lambda;
-    MakeThreadData();
+void PrepareCalculation(MEMData& d, ProgressFunction timer, void* stamp) {
+    d.progressFn = timer;
+    d.progressArg = stamp;
+    d.lambda = d.param.lambda;
+    d.MakeThreadData();
 
-    if (param.entropyOrder > 1) {
-        for (int k = 1; k <= 3 && targetMoment[0] != 0.0; ++k)
-            gridPowerA[k] = AllocateComplexGrid(nComplex);
-        for (int k = 1; k <= 5 && targetMoment[1] != 0.0; ++k)
-            gridPowerB[k] = AllocateComplexGrid(nComplex);
+    if (d.param.entropyOrder > 1) {
+        for (int k = 1; k <= 3 && d.targetMoment[0] != 0.0; ++k)
+            d.gridPowerA[k] = AllocateComplexGrid(d.nComplex);
+        for (int k = 1; k <= 5 && d.targetMoment[1] != 0.0; ++k)
+            d.gridPowerB[k] = AllocateComplexGrid(d.nComplex);
     }
-    FillMomentPairs(targetMoment);
+    FillMomentPairs(d.targetMoment);
 
     for (int c = 0; c < kConstraintOrders; ++c)
-        constraints.add(Constraint::Create(nRefUnobs, nRefF, nRefG, nGroups, 2 * (c + 1), nVoxelCell));
+        d.constraints.add(Constraint::Create(d.nRefUnobs, d.nRefF, d.nRefG, d.nGroups, 2 * (c + 1), d.nVoxelCell));
 
     // The divisor leaves out the grouped reflections that the sum includes.
     double weightSum = 0.0;
-    for (int i = 0; i < nRefF + nRefG; ++i)
-        weightSum += refWeight[i] * weightF[i];
-    meanWeight = weightSum / nRefF;
+    for (int i = 0; i < d.nRefF + d.nRefG; ++i)
+        weightSum += d.refWeight[i] * d.weightF[i];
+    d.meanWeight = weightSum / d.nRefF;
 
-    sumFobs = sumWFobs2 = sumGobs = sumWGobs2 = 0.0;
-    for (int i = 0; i < nRefF; ++i) {
-        const double f2 = FobsRe[i] * FobsRe[i] + FobsIm[i] * FobsIm[i];
-        sumFobs += std::sqrt(f2);
-        sumWFobs2 += f2 * weightF[i];
+    d.sumFobs = d.sumWFobs2 = d.sumGobs = d.sumWGobs2 = 0.0;
+    for (int i = 0; i < d.nRefF; ++i) {
+        const double f2 = d.FobsRe[i] * d.FobsRe[i] + d.FobsIm[i] * d.FobsIm[i];
+        d.sumFobs += std::sqrt(f2);
+        d.sumWFobs2 += f2 * d.weightF[i];
     }
-    for (int g = 0; g < nGroups; ++g) {
-        sumGobs += std::sqrt(Gobs[g] * Gobs[g]);
-        sumWGobs2 += Gobs[g] * Gobs[g] * weightG[g];
+    for (int g = 0; g < d.nGroups; ++g) {
+        d.sumGobs += std::sqrt(d.Gobs[g] * d.Gobs[g]);
+        d.sumWGobs2 += d.Gobs[g] * d.Gobs[g] * d.weightG[g];
     }
 
-    CalcFcalc(0);
-    Calc_Constraint(0);
-    DFT_Derivatives();
+    d.CalcFcalc(0);
+    d.Calc_Constraint(0);
+    d.DFT_Derivatives();
 
-    CONG0 = CONG;
-    constr0 = constr;
-    CONF0 = CONF;
-    RF0 = RF;
-    wRF0 = wRF;
+    d.CONG0 = d.CONG;
+    d.constr0 = d.constr;
+    d.CONF0 = d.CONF;
+    d.RF0 = d.RF;
+    d.wRF0 = d.wRF;
     IO::Printf(" CYCLE %d:\n", 0);
-    IO::Printf(" CONSTR = %15.7E CONF = %15.7E CONG = %15.7E\n", constr, CONF, CONG);
-    IO::Printf("  DELTA = %15.7E   RF = %15.6f  wRF = %15.6f\n\n", 0.0, RF, wRF);
-    if (progressFn)
-        progressFn(progressArg, timePrep);
+    IO::Printf(" CONSTR = %15.7E CONF = %15.7E CONG = %15.7E\n", d.constr, d.CONF, d.CONG);
+    IO::Printf("  DELTA = %15.7E   RF = %15.6f  wRF = %15.6f\n\n", 0.0, d.RF, d.wRF);
+    if (d.progressFn)
+        d.progressFn(d.progressArg, d.timePrep);
 }

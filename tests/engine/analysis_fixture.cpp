@@ -1,5 +1,6 @@
 // Small analyses built in memory for the engine tests.
 #include "analysis_fixture.h"
+#include "mem/Prepare.h"
 
 #include <algorithm>
 #include <cmath>
@@ -120,7 +121,7 @@ std::unique_ptr<MEMData3D> MakeAnalysis(const AnalysisSpec& spec) {
 
 void PrepareQuietly(MEMData3D& mem) {
     CapturedOutput quiet;
-    mem.PrepareCalculation(nullptr, nullptr);
+    PrepareCalculation(mem, nullptr, nullptr);
 }
 
 std::unique_ptr<MEMData3D> MakePreparedAnalysis(const AnalysisSpec& spec) {

@@ -17,6 +17,7 @@
 #include "common/SpaceGroupTable.h"
 #include "common/TempDir.h"
 #include "mem/MEMData3D.h"
+#include "mem/Prepare.h"
 #include "mem/ThreadData.h"
 
 // A setting of the program's space-group table, named by its symbol.
@@ -123,7 +124,7 @@ inline void PrepareCycleZero(TestAnalysis& d, std::string* errors = nullptr) {
     CapturedOutput quiet;
     d.nThreads = omp_get_max_threads();
     d.stamp = omp_get_wtime();
-    d.PrepareCalculation(timer_function::check_timer, &d.stamp);
+    PrepareCalculation(d, timer_function::check_timer, &d.stamp);
     if (errors) *errors = quiet.errors();
 }
 

@@ -14,6 +14,7 @@
 #include "app/Timer.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
+#include "mem/Prepare.h"
 #include "mem/optimisers/MaxEnt.h"
 
 // Readers take paths, so every input goes through a file of this process.
@@ -57,7 +58,7 @@ inline void FuzzAnalysis(MEMData3D& mem) {
     if (voxels > kFuzzedVoxels) return;
     mem.nThreads = omp_get_max_threads();
     double stamp = omp_get_wtime();
-    mem.PrepareCalculation(timer_function::check_timer, &stamp);
+    PrepareCalculation(mem, timer_function::check_timer, &stamp);
     MaxEnt(mem);
 }
 

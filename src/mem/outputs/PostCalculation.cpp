@@ -6,6 +6,8 @@
 #include "base/Assert.h"
 #include "mem/Constraint.h"
 #include "mem/outputs/EpsHistogram.h"
+#include "mem/outputs/Feedback.h"
+#include "mem/outputs/WriteOut.h"
 #include "mem/MEMData3D.h"
 #include "mem/ThreadData.h"
 
@@ -53,7 +55,7 @@ void MEMData::PostCalculation() {
 }
 
 int MEMData3D::WriteOutputFiles() {
-    int failures = WriteOut() + WritePgrid();
-    if (param.feedbackOutput != 2) failures += WriteFba();
+    int failures = WriteOut(*this) + WritePgrid();
+    if (param.feedbackOutput != 2) failures += WriteFba(*this);
     return failures;
 }

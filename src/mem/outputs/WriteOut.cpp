@@ -1,4 +1,6 @@
 // The text report <base>.out: data and settings, results, and the lists of structure factors.
+#include "mem/outputs/WriteOut.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -222,23 +224,23 @@ void WriteCalculatedList(FILE* f, const MEMData3D& d) {
 
 }  // namespace
 
-int MEMData3D::WriteOut() {
-    AtomicFile file(param.outFile, "w");
+int WriteOut(MEMData3D& d) {
+    AtomicFile file(d.param.outFile, "w");
     bool written = false;
     if (file.isOpen()) {
         FILE* f = file.stream();
-        WriteHeading(f, *this);
-        WriteGridWarning(f, *this);
-        WriteSettings(f, *this);
-        WriteResults(f, *this);
-        WriteIndividualList(f, *this);
-        WriteGroupList(f, *this);
-        WriteCalculatedList(f, *this);
+        WriteHeading(f, d);
+        WriteGridWarning(f, d);
+        WriteSettings(f, d);
+        WriteResults(f, d);
+        WriteIndividualList(f, d);
+        WriteGroupList(f, d);
+        WriteCalculatedList(f, d);
         written = file.Commit();
     }
     if (!written) {
-        IO::PrintError("Failed to write %s\n", param.outFile.c_str());
+        IO::PrintError("Failed to write %s\n", d.param.outFile.c_str());
         return 1;
     }
-    return WriteEpsHistogram(param.epsFile, epsHistogram);
+    return WriteEpsHistogram(d.param.epsFile, d.epsHistogram);
 }
