@@ -232,36 +232,3 @@ void MEMData3D::DFT_Derivatives() {
     transform->Backward();
     ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.Calc_dCdR_FFT(); });
 }
-
-// DFT_Derivatives with the multipliers folded in: the constraint part scaled
-// by lam, and the terms of the totals added at zero frequency, once for every
-// reflection. The backward transform spreads a zero-frequency entry as the
-// same value onto every point, which is what the direct path adds.
-void MEMData3D::Calc_dCdR_OMRA(double lam) {
-    const double mu1 = multipliers.dim_ > 1 ? multipliers[1] : 0.0;
-    const double mu2 = multipliers.dim_ > 2 ? multipliers[2] : 0.0;
-    const double zeroPlus = -mu1 - (targetMoment[0] - calcMoment[0]) * 2.0 * lam * meanWeight;
-    const double zeroMinus = (targetMoment[1] - calcMoment[1]) * 2.0 * lam * meanWeight - mu2;
-    const int n = nRefF + nRefG;
-    if (!useFFT) {
-        ForEachBlock(threads, nThreads, [&](int, ThreadData& block) {
-            block.Calc_dCdR_DFT(mergedDerivRe, mergedDerivIm);
-            for (int v = 0; v < block.nVoxel; ++v)
-                block.dCdR[v] = lam * block.dCdR[v] + n * zeroPlus;
-        });
-        return;
-    }
-    ClearGrid(derivGrid, nComplex, nThreads);
-    ClearGrid(gridPowerB[5], nComplex, nThreads);
-    ScatterDerivatives(*this, nRefUnobs + n, lam, -lam, derivGrid, gridPowerB[5]);
-    // The zero-frequency entry takes no reflection's term; the totals' terms
-    // arrive there once for every reflection.
-    for (int i = 0; i < n && i < reflections.size(); ++i) {
-        if (derivGrid)
-            derivGrid[0][0] += zeroPlus;
-        if (gridPowerB[5])
-            gridPowerB[5][0][0] += zeroMinus;
-    }
-    transform->Backward();
-    ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.Calc_dCdR_FFT(); });
-}

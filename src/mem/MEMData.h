@@ -47,7 +47,6 @@ public:
   virtual void CalcFlnR() = 0;
   virtual void DFT_Derivatives() = 0;
   virtual void MakeThreadData() = 0;
-  virtual void Calc_dCdR_OMRA(double lam) = 0;
   // Reads the data file that an Alb control file names, with the cell given there.
   virtual bool ReadAlb3D(const std::string& path, float* cell) = 0;
 

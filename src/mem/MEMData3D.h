@@ -19,7 +19,6 @@ public:
   void CalcFlnR() override;
   void DFT_Derivatives() override;
   void MakeThreadData() override;
-  void Calc_dCdR_OMRA(double lam) override;
 
   // Readers of the data set formats; each fulfils the same contract on the
   // cell, grid, F(000), reflection runs and value arrays.

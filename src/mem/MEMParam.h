@@ -36,7 +36,7 @@ public:
     int priorType;           // 0: uniform prior; 1: prior from <base>_prior.pgrid
     int algorithm;           // 0: ZSPA; 1: L-BFGS; 2: Cambridge; 3: ZSPA then Cambridge; 4: dual Newton
     int LM_type;             // stated source of the initial multiplier (kept, not used)
-    double lambda;           // Lagrangian multiplier; the optimisers change it in place
+    double lambda;           // starting Lagrangian multiplier; the live one is MEMData::lambda
     double weightPowerD;     // exponent x of the weighting by lattice-plane spacing
     double weightPowerM;     // exponent of the weighting by multiplicity
     double lambdaFraction[8];  // fractions of lambda for the constraints of order 2, 4, ..., 16

@@ -129,10 +129,6 @@ public:
 
     // Multiplicity-weighted inner product over the block.
     double Dot(const VectorD& a, const VectorD& b) const;
-    // Adds the squared gradients of Q of both sides, weighted by multiplicity.
-    void Calc_dQdL2(double L, double mu1, double mu2, double& d1, double& d2);
-    // out[v] = scale * the real-grid value at the voxel's own point (FFT path).
-    void setRhoAsym(double* out, double scale);
 
     bool HasPlus() const { return F000Plus != 0.0; }
     bool HasMinus() const { return F000Minus != 0.0; }

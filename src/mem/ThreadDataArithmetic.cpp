@@ -147,19 +147,6 @@ double BfgsSide(int n, const double* __restrict x, Prior p, const int* __restric
     return q;
 }
 
-// Multiplicity-weighted sum of the squared gradient of Q at the density r.
-template <class Prior>
-inline double SumSquaredGradient(int n, double sL, double mu, const double* __restrict D,
-                                 const double* __restrict r, Prior p,
-                                 const int* __restrict m) {
-    double s = 0.0;
-    for (int v = 0; v < n; ++v) {
-        const double q = -std::log(r[v] / p[v]) - mu - D[v] * sL;
-        s += m[v] * q * q;
-    }
-    return s;
-}
-
 }  // namespace
 
 void ThreadData::ZSPA_Calc_Next_Rho1(double L, double& Zp, double& Zm) {
@@ -429,20 +416,4 @@ double ThreadData::Dot(const VectorD& a, const VectorD& b) const {
     for (int v = 0; v < nVoxel; ++v)
         s += pa[v] * pb[v] * m[v];
     return s;
-}
-
-void ThreadData::Calc_dQdL2(double L, double mu1, double mu2, double& d1, double& d2) {
-    if (HasPlus())
-        d1 += WithPrior(prior1, flatPrior1, [&](auto p) {
-            return SumSquaredGradient(nVoxel, L * Sign(F000Plus), mu1, dCdR.p_, rho1.p_, p, multiplicity);
-        });
-    if (HasMinus())
-        d2 += WithPrior(prior2, flatPrior2, [&](auto p) {
-            return SumSquaredGradient(nVoxel, L * Sign(F000Minus), mu2, dCdR.p_, rho2.p_, p, multiplicity);
-        });
-}
-
-void ThreadData::setRhoAsym(double* out, double scale) {
-    for (int v = 0; v < nVoxel; ++v)
-        out[v] = scale * realGrid[gridIndex[v]];
 }
