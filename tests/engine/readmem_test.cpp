@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "analysis_fixture.h"
+#include "mem/readers/ReadFCF.h"
+#include "mem/readers/ReadMEM.h"
 
 namespace {
 
@@ -33,7 +35,7 @@ std::unique_ptr<MEMData3D> read(const std::string& text, int fileType = 3, float
   mem->param.coefE = coefE;
   mem->param.gridResolution = 0.5;
   mem->param.lambda = 0.001;
-  EXPECT_TRUE(mem->ReadMEM(file.path()));
+  EXPECT_TRUE(ReadMEM(*mem, file.path()));
   return mem;
 }
 
@@ -141,7 +143,7 @@ TEST(ReadMEM, UnusableGridNumbers) {
   ScratchFile file("t\n1e8 1e8 1e8 90 90 90\nP 1\n1 1 0 0 0\n10 0\n1\n1 0 0 1 0 1\n0\n0\n");
   auto mem = AnalysisFor(file.path(), 3);
   mem->param.gridResolution = 0.1;
-  EXPECT_FALSE(mem->ReadMEM(file.path()));
+  EXPECT_FALSE(ReadMEM(*mem, file.path()));
   EXPECT_NE(quiet.all().find("too large"), std::string::npos);
 }
 
@@ -159,7 +161,7 @@ std::unique_ptr<MEMData3D> readFcf(const std::string& text) {
   auto mem = AnalysisFor(file.path(), 6);
   mem->param.gridResolution = 0.5;
   CapturedOutput quiet;
-  EXPECT_TRUE(mem->ReadFCF(file.path()));
+  EXPECT_TRUE(ReadFCF(*mem, file.path()));
   return mem;
 }
 

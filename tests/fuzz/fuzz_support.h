@@ -14,6 +14,7 @@
 #include "app/Timer.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
+#include "mem/readers/ReadAlb.h"
 
 // Readers take paths, so every input goes through a file of this process.
 inline std::string WriteInput(const uint8_t* data, size_t size, const char* extension) {
@@ -74,6 +75,6 @@ inline void FuzzDataSet(const uint8_t* data, size_t size, int fileType, const ch
 inline void FuzzAlbRoute(const std::string& controlFile) {
     PrepareFuzzing();
     MEMData3D mem;
-    mem.ReadAlb(controlFile);
+    ReadAlb(mem, controlFile);
     FuzzAnalysis(mem);
 }

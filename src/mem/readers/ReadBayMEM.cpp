@@ -6,6 +6,8 @@
 // everywhere. Symmetry comes either as lattice translations ("centers") and
 // operators ("symmetry"), every operator being repeated for every
 // translation, or as a symbol ("spacegroup") when no operators are given.
+#include "mem/readers/ReadBayMEM.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -13,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "base/VectorD.h"
@@ -81,14 +84,13 @@ bool BayMemFileReader::readAll() {
   int* n = mem_.gridSize;
   while (fetch()) {
     if (contains(line_, "title")) {
-      std::sscanf(valueAt(line_, 5), "%79s", mem_.title);
+      ScanKeeping(valueAt(line_, 5), "%79s", mem_.title);
     } else if (contains(line_, "dimension")) {
       int dimension = 0;
-      std::sscanf(valueAt(line_, 9), "%d", &dimension);
-      if (dimension != 3)
+      if (ScanFields(valueAt(line_, 9), "%d", &dimension) != 1 || dimension != 3)
         return false;
     } else if (contains(line_, "voxel")) {
-      std::sscanf(valueAt(line_, 5), "%d%d%d", &n[0], &n[1], &n[2]);
+      ScanKeeping(valueAt(line_, 5), "%d%d%d", &n[0], &n[1], &n[2]);
       // With the matrix of this moment: a cell given later does not correct it.
       mem_.voxelVolume = GridVoxelVolume(mem_);
     } else if (contains(line_, "cell")) {
@@ -100,7 +102,7 @@ bool BayMemFileReader::readAll() {
     } else if (contains(line_, "symmetry")) {
       readSymmetry();
     } else if (contains(line_, "electrons")) {
-      std::sscanf(valueAt(line_, 9), "%lf", &mem_.targetMoment[0]);
+      ScanKeeping(valueAt(line_, 9), "%lf", &mem_.targetMoment[0]);
     } else if (contains(line_, "fbegin")) {
       readReflections();
     }
@@ -111,7 +113,7 @@ bool BayMemFileReader::readAll() {
 void BayMemFileReader::readCell() {
   UnitCell& uc = mem_.unitCell;
   float* c = uc.cell;
-  std::sscanf(valueAt(line_, 5), "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
+  ScanKeeping(valueAt(line_, 5), "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
   uc.orthoMatrix.SetC2Ortho(uc.cell);
   uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
 }
@@ -134,7 +136,7 @@ void BayMemFileReader::readSymbol() {
 void BayMemFileReader::readCenters() {
   while (fetch() && !contains(line_, "endcenters")) {
     double t[3];
-    if (std::sscanf(line_, "%lf%lf%lf", &t[0], &t[1], &t[2]) != 3)
+    if (ScanFields(line_, "%lf%lf%lf", &t[0], &t[1], &t[2]) != 3)
       return;
     Matrix4D* center = new Matrix4D;
     std::copy(t, t + 3, center->Translation());
@@ -157,7 +159,7 @@ void BayMemFileReader::readReflections() {
   while (fetch() && !contains(line_, "endf")) {
     int h, k, l;
     double re, im, sigma;
-    if (std::sscanf(line_, "%d%d%d%lf%lf%lf", &h, &k, &l, &re, &im, &sigma) < 6)
+    if (ScanFields(line_, "%d%d%d%lf%lf%lf", &h, &k, &l, &re, &im, &sigma) < 6)
       continue;
     if (h == 0 && k == 0 && l == 0) {
       mem_.targetMoment[0] = re;
@@ -201,13 +203,13 @@ bool BayMemFileReader::storeValues() {
 
 }  // namespace
 
-bool MEMData3D::ReadBayMEM(const std::string& path) {
-  FILE* f = OpenDataFile(path);
+bool ReadBayMEM(MEMData3D& mem, const std::string& path) {
+  IO::File f = OpenDataFile(path);
   if (!f)
     return false;
-  BayMemFileReader reader(*this, f);
+  BayMemFileReader reader(mem, f.get());
   const bool supported = reader.readAll();
-  std::fclose(f);
+  f.reset();
   if (!supported) {
     IO::PrintError("Dimension other than 3 is not supported.\nPress Enter key to exit.\n");
     std::getchar();
