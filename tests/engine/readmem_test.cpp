@@ -126,6 +126,9 @@ TEST(ReadMEM, BrokenBlocks) {
   EXPECT_STREQ(read("# only a comment")->title, "# only a comment");
   EXPECT_STREQ(read("# only a comment\n")->title, "");
   EXPECT_EQ(read(kHeader + "2000000000\n1 0 0 1 0 1\n")->nRefF, 1);
+  // Without a line end the last line repeats, but not without bound: here it
+  // would give 2e9 groups of 1e6 members each.
+  EXPECT_EQ(read(kHeader + "0\n2000000000\n1000000 0 0 1 0 1")->reflections.size(), 1000);
   mem = read(kHeader + "2\n1e300 -1e300 nan 1 0 1\n-3 -2 -1 1 0 1\n");
   ASSERT_EQ(mem->nRefF, 2);
   EXPECT_EQ(indices(*mem, 1), (std::vector<int>{-3, -2, -1}));

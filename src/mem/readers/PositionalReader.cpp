@@ -16,6 +16,12 @@ namespace {
 // and negation of indices inside int.
 const double kIndexLimit = 1 << 20;
 
+// A last line without a line end is taken again by every fetch after the end
+// of the file. Counts scanned from such lines multiply (groups of members), so
+// the repetition is cut off here, far beyond any file a person has written,
+// before it grows into a hang.
+const int kEndRepeats = 1000;
+
 StructureFactor* newReflection(double h, double k, double l) {
   const int indices[3] = {ReflectionIndex(h), ReflectionIndex(k), ReflectionIndex(l)};
   return new StructureFactor(indices);
@@ -92,16 +98,21 @@ IO::File OpenDataFile(const std::string& path) {
 // been seen, the line stays as it was, so a last line without a line end is
 // seen again by every later fetch.
 void PositionalReader::fetchLine() {
-  if (atEnd())
+  if (atEnd()) {
+    ++endRepeats_;
     return;
+  }
   SkipCommentLines(f_, line_);
 }
 
 // At the end of the file every further fetch gives the same line again; a
-// block stops early when that line can yield nothing (blank or a comment).
+// block stops early when that line can yield nothing (blank or a comment), or
+// once it has been repeated kEndRepeats times.
 bool PositionalReader::exhausted() const {
   if (!atEnd())
     return false;
+  if (endRepeats_ >= kEndRepeats)
+    return true;
   const char* p = line_;
   while (std::isspace((unsigned char)*p))
     ++p;

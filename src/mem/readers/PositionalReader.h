@@ -80,6 +80,7 @@ private:
   FILE* f_;
   const Layout layout_;
   char line_[120] = "";
+  int endRepeats_ = 0;  // fetches after the end of the file
   double lambda_ = 0.0;
   // Relative variance of the scale factor of .fos data, sigma(k)^2 / k^2.
   double scaleVariance_ = 0.0;

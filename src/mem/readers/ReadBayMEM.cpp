@@ -19,6 +19,7 @@
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "base/VectorD.h"
+#include "core/OperatorList.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
 #include "mem/readers/PositionalReader.h"
@@ -174,7 +175,9 @@ void BayMemFileReader::readReflections() {
 }
 
 // Every operator for every lattice translation, translation-major. Operators
-// without any translation block are dropped, and the symbol decides.
+// without any translation block are dropped, and the symbol decides. So is a
+// product that is no symmetry operator (a translation of 1/0 or "nan", a
+// rotation of a typing error): the voxel grid could not be mapped by it.
 void BayMemFileReader::settleSymmetry() {
   UnitCell& uc = mem_.unitCell;
   uc.symOp.clear();
@@ -183,7 +186,10 @@ void BayMemFileReader::settleSymmetry() {
       Matrix4D* product = new Matrix4D;
       product->GeMM(*center, *op, 'N', 'N', 1.0, 0.0);
       VectorD::Fractionalize(product->Translation(), 3);
-      uc.symOp.add(product);
+      if (IsSymmetryOperator(*product))
+        uc.symOp.add(product);
+      else
+        delete product;
     }
   if (uc.symOp.size() > 0) {
     // The list stays as the file gave it, also when it matches a setting.
