@@ -5,7 +5,7 @@
 #include "core/Matrix4D.h"
 
 // Whether op can be a crystallographic operator: an integer rotation of
-// determinant +1 or -1 and a finite translation. Text that is not an
+// determinant +1 or -1, with entries of at most 16, and a finite translation. Text that is not an
 // operator parses to something else, which would make the voxel grid and the
 // equivalents of a reflection meaningless.
 bool IsSymmetryOperator(const Matrix4D& op);

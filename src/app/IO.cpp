@@ -88,10 +88,10 @@ bool Init(const char* argv0) {
     return true;
 }
 
-FILE* OpenInput(const std::string& path, const char* mode) {
+File OpenInput(const std::string& path, const char* mode) {
     struct stat st;
     if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return nullptr;
-    return fopen(path.c_str(), mode);
+    return File(fopen(path.c_str(), mode));
 }
 
 bool Readable(const std::string& path) {

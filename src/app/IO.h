@@ -3,6 +3,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 // Absolute directory of the executable, with a trailing '/'; the data files are found here.
@@ -38,10 +39,17 @@ void getDir(std::string& path, bool trailingSlash);
 // `dst` must hold strlen(src) + 1 characters; it may be `src` itself.
 void omitQuotation(const char* src, char* dst);
 
+// A C stream that closes itself when its owner ends, on every path out of a reader.
+struct FileCloser {
+    void operator()(FILE* f) const { fclose(f); }
+};
+using File = std::unique_ptr<FILE, FileCloser>;
+
 // Opens an input file for reading, as fopen does, but refuses a directory:
 // fopen would accept it, and every read would then fail without reaching the
 // end of the file. Pipes and devices open as usual (a FIFO waits for its writer).
-FILE* OpenInput(const std::string& path, const char* mode = "r");
+// Null when it cannot be opened.
+File OpenInput(const std::string& path, const char* mode = "r");
 // Whether OpenInput would open `path` for reading, found without opening it, so
 // that a named pipe is left for the reader that follows.
 bool Readable(const std::string& path);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "app/FieldScan.h"
+
 namespace {
 
 // Reads the next character of a line, or EOF at a line end or the end of the file.
@@ -76,7 +78,7 @@ int SkipCommentLines(FILE* f, char* buf) {
     while (mark[0] == '#' && !feof(f) && !ferror(f)) {
         get_line(buf, 120, f);
         // A blank line fails the scan and leaves the mark, so it counts as a comment.
-        if (!isBlankLine(buf)) sscanf(buf, "%1s", mark);
+        if (!isBlankLine(buf)) ScanKeeping(buf, "%1s", mark);
     }
     return mark[0];
 }
@@ -88,17 +90,17 @@ void Up2Lo(char* s) {
 void getValueAndEsd(const char* s, float& value, float& esd) {
     esd = 0.0f;
     char word[40];
-    if (sscanf(s, "%39s", word) != 1) return;
+    if (ScanFields(s, "%39s", word) != 1) return;
 
     if (strchr(word, '/')) {
         // A fraction such as 1/3, exact by definition.
         float numerator = value, denominator = 1.0f;
-        sscanf(word, "%f/%f", &numerator, &denominator);
+        ScanKeeping(word, "%f/%f", &numerator, &denominator);
         if (denominator != 0.0f) value = numerator / denominator;
         return;
     }
 
-    sscanf(word, "%f(%f", &value, &esd);
+    ScanKeeping(word, "%f(%f", &value, &esd);
     const char* bracket = strchr(word, '(');
     if (!bracket) return;
     // The digits in brackets count in units of the last decimal of the value.

@@ -23,6 +23,7 @@
 #include "mem/MEMData3D.h"
 #include "mem/Prepare.h"
 #include "mem/optimisers/MaxEnt.h"
+#include "mem/readers/ReadAlb.h"
 
 #ifndef HALVORIN_BUILD_TYPE
 #define HALVORIN_BUILD_TYPE "unknown"
@@ -97,7 +98,7 @@ void obtainSettings(MEMData3D& mem, const DriverOptions& options) {
     switch (check_format(path.c_str())) {
     case kTypeCondition: readConditions(param, path); break;
     case kTypeAlb:
-        mem.ReadAlb(path);  // a failure shows as an unreadable data file below
+        ReadAlb(mem, path);  // a failure shows as an unreadable data file below
         break;
     default:
         param.InputConditions(path.c_str());  // classifies the path again

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "app/FieldScan.h"
 #include "app/StrToken.h"
 #include "app/TextLine.h"
 
@@ -50,11 +51,11 @@ int findName(const char* term, const char** names, int nNames) {
 // The coefficient of a named term: "x" 1, "-x" -1, "2x" 2, "x/2" and "1/2x" 0.5.
 double coefficient(const char* term) {
   double v;
-  if (std::sscanf(term, "%lf", &v) != 1)
+  if (ScanFields(term, "%lf", &v) != 1)
     v = (term[0] == '-') ? -1.0 : 1.0;
   if (const char* slash = std::strchr(term, '/')) {
     double divisor;
-    if (std::sscanf(slash + 1, "%lf", &divisor) == 1)
+    if (ScanFields(slash + 1, "%lf", &divisor) == 1)
       v /= divisor;
   }
   return v;
@@ -73,7 +74,7 @@ void readComponent(MatrixD& M, int row, char* component, const char** names) {
       M(row, j) = coefficient(term);
     } else {
       double numerator = 0.0, denominator = 1.0;
-      if (std::sscanf(term, "%lf/%lf", &numerator, &denominator) >= 1) {
+      if (ScanFields(term, "%lf/%lf", &numerator, &denominator) >= 1) {
         const double a = numerator / denominator;
         M(row, translationColumn) = a > 0.0 ? snapToTwelfths(a) : a;
       }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
 
@@ -20,17 +21,17 @@ Element* Element::Clone(unsigned int) const {
 
 bool Element::loadDefPar() {
   const std::string path = progvar + "elements.ini";
-  FILE* f = IO::OpenInput(path);
+  const IO::File f = IO::OpenInput(path);
   if (!f) {
     IO::PrintError("The file (%s) was not opened.\n", path.c_str());
     return false;
   }
   char line[128];
-  while (get_line(line, sizeof line, f)) {
+  while (get_line(line, sizeof line, f.get())) {
     int number;
     char symbol[128];
     float radius[3], rgb[3];
-    if (std::sscanf(line, "%i %127s %f %f %f %f %f %f\n", &number, symbol, &radius[0], &radius[1],
+    if (ScanFields(line, "%i %127s %f %f %f %f %f %f\n", &number, symbol, &radius[0], &radius[1],
                     &radius[2], &rgb[0], &rgb[1], &rgb[2]) != 8)
       continue;
     ElementData* row = new ElementData;
@@ -44,12 +45,11 @@ bool Element::loadDefPar() {
     row->symbol[2] = '\0';
     dPar.add(row);
   }
-  std::fclose(f);
   return true;
 }
 
 int Element::GetFormFactor(ObjVector<Element>& list) {
-  FILE* f = IO::OpenInput(progvar + "asfdc");
+  const IO::File f = IO::OpenInput(progvar + "asfdc");
   if (!f) {
     IO::PrintError("Failed to open (%s).\n", "asfdc");
     return -list.size();
@@ -57,9 +57,8 @@ int Element::GetFormFactor(ObjVector<Element>& list) {
   IO::Printf("%8s %-10s %-10s %-10s %-10s %-10s %-10s\n", " ", "a1", "a2", "a3", "a4", "a5", "c");
   IO::Printf("%8s %-10s %-10s %-10s %-10s %-10s %-10s\n", " ", "b1", "b2", "b3", "b4", "b5", "bc");
   for (Element* element : list)
-    element->SetFormFactor(f);
+    element->SetFormFactor(f.get());
   IO::Printf("\n");
-  std::fclose(f);
   return 0;
 }
 
@@ -71,7 +70,7 @@ int Element::GetFormFactor(ObjVector<Element>& list) {
 int Element::SetFormFactor(FILE* file) {
   a1 = b1 = a2 = b2 = a3 = b3 = a4 = b4 = a5 = b5 = c = bc = 0.0;
   char shown[8] = "";
-  std::sscanf(symbol, "%5s", shown);
+  ScanKeeping(symbol, "%5s", shown);
   std::rewind(file);
   int result = 0;
   char lines[4][120];
@@ -81,21 +80,21 @@ int Element::SetFormFactor(FILE* file) {
         line[0] = '\0';
     char label[120] = "", number[120] = "", atomic[120] = "", prefix[3] = "";
     int z = -1;
-    if (std::sscanf(lines[0], "%119s%119s%119s", label, number, atomic) != 3)
+    if (ScanFields(lines[0], "%119s%119s%119s", label, number, atomic) != 3)
       continue;
-    std::sscanf(label, "%2s", prefix);
-    std::sscanf(atomic, "%d", &z);
+    ScanKeeping(label, "%2s", prefix);
+    ScanKeeping(atomic, "%d", &z);
     if (!std::isalpha((unsigned char)prefix[1]))
       prefix[1] = '\0';
     if (!std::strstr(symbol, prefix) || atomicNumber != z)
       continue;
-    std::sscanf(number, "%lf", &recordValue);
-    std::sscanf(label, "%5s", shown);
+    ScanKeeping(number, "%lf", &recordValue);
+    ScanKeeping(label, "%5s", shown);
     // The first value is a1; b5 holds it until the five-Gaussian line is read.
-    std::sscanf(lines[1], "%lf%lf%lf%lf%lf%lf%lf%lf%lf%lf", &b5, &a2, &a3, &a4, &c, &b1, &b2, &b3,
+    ScanKeeping(lines[1], "%lf%lf%lf%lf%lf%lf%lf%lf%lf%lf", &b5, &a2, &a3, &a4, &c, &b1, &b2, &b3,
                 &b4, &bc);
     a5 = 0.0;
-    if (std::sscanf(lines[2], "%lf%lf%lf%lf%lf%lf%lf%lf%lf%lf%lf", &a1, &a2, &a3, &a4, &a5, &c, &b1,
+    if (ScanFields(lines[2], "%lf%lf%lf%lf%lf%lf%lf%lf%lf%lf%lf", &a1, &a2, &a3, &a4, &a5, &c, &b1,
                     &b2, &b3, &b4, &b5) < 10) {
       a1 = b5;
       b5 = 0.0;

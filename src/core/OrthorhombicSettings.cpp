@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "base/VectorD.h"
@@ -61,7 +62,8 @@ void ExpandCondensedSymbol(const char* condensed, char* out, int size) {
 }
 
 bool ReadOrthorhombicSymbols(const std::string& dir, OrthorhombicSymbols& symbols) {
-  FILE* f = OpenDataFile(dir, "spgro.dat");
+  const IO::File file = OpenDataFile(dir, "spgro.dat");
+  FILE* f = file.get();
   if (!f) {
     IO::PrintError("Failed to open (%s).\n", "spgro.dat");
     return false;
@@ -71,16 +73,14 @@ bool ReadOrthorhombicSymbols(const std::string& dir, OrthorhombicSymbols& symbol
     int unused = 0;
     char condensed[kOrthorhombicColumns][10];
     const bool read = get_line(line, sizeof line, f) != nullptr;
-    if (!read || std::sscanf(line, "%i %9s %9s %9s %9s %9s %9s", &unused, condensed[0], condensed[1],
+    if (!read || ScanFields(line, "%i %9s %9s %9s %9s %9s %9s", &unused, condensed[0], condensed[1],
                              condensed[2], condensed[3], condensed[4], condensed[5]) != 7) {
       IO::PrintError("The file (%s) seems to be broken.\n", "spgro.dat");
-      std::fclose(f);
       return false;
     }
     for (int column = 0; column < kOrthorhombicColumns; ++column)
       ExpandCondensedSymbol(condensed[column], symbols.symbol[i][column], 20);
   }
-  std::fclose(f);
   return true;
 }
 

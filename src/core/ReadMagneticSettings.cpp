@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/StrToken.h"
 #include "app/TextLine.h"
@@ -23,21 +24,23 @@ char* afterColon(char* line) {
 
 // Lines of one record; `line` holds the line at hand.
 struct MagneticReader {
-  FILE* f;
+  IO::File file;
   char line[kLineSize];
   bool more;
 
-  bool next() { return more = get_line(line, kLineSize, f) != nullptr; }
+  bool next() { return more = get_line(line, kLineSize, file.get()) != nullptr; }
 };
 
 // Words w1 to w6 of the "BNS: " line: w2 is the number "group.sub", w3 the
 // symbol, w5 and w6 the symbols of the second system.
 _SpaceGroup* newEntry(const char* line, int& number) {
   char words[6][kLineSize] = {"", "", "", "", "", ""};
-  std::sscanf(line, "%s%s%s%s%s%s", words[0], words[1], words[2], words[3], words[4], words[5]);
+  // Each word fits, since a line holds fewer than kLineSize characters.
+  ScanKeeping(line, "%119s%119s%119s%119s%119s%119s", words[0], words[1], words[2], words[3], words[4],
+              words[5]);
   _SpaceGroup* entry = new _SpaceGroup;
   number = 0;
-  std::sscanf(words[1], "%d.%d", &number, &entry->subNumber);
+  ScanKeeping(words[1], "%d.%d", &number, &entry->subNumber);
   CopyTruncated(entry->name, sizeof entry->name, words[2]);
   std::string altName = std::string(words[4]) + " " + words[5];
   CopyTruncated(entry->altName, sizeof entry->altName, altName.c_str());
@@ -86,7 +89,7 @@ void readPositions(MagneticReader& in, _SpaceGroup& entry) {
     Wyckoff* position = new Wyckoff;
     char triplet[kLineSize] = "";
     char siteSymmetry[kLineSize] = "";
-    std::sscanf(in.line, "%d%c %s %s", &position->multiplicity, &position->letter, triplet, siteSymmetry);
+    ScanKeeping(in.line, "%d%c %119s %119s", &position->multiplicity, &position->letter, triplet, siteSymmetry);
     position->matrix.SetFromString(triplet, names, 3, false);
     CopyTruncated(position->siteSymmetry, sizeof position->siteSymmetry, siteSymmetry);
     entry.wyckoff.add(position);
@@ -98,7 +101,7 @@ void readPositions(MagneticReader& in, _SpaceGroup& entry) {
 
 bool ReadMagneticSettings(const std::string& dir, SpaceGroupTable table) {
   MagneticReader in{OpenDataFile(dir, "mspgr.dat"), "", false};
-  if (!in.f) {
+  if (!in.file) {
     IO::PrintError("Failed to open (%s).\n", "mspgr.dat");
     return false;
   }
@@ -128,6 +131,5 @@ bool ReadMagneticSettings(const std::string& dir, SpaceGroupTable table) {
     if (in.more)
       in.next();
   }
-  std::fclose(in.f);
   return true;
 }

@@ -37,7 +37,8 @@ void readOperators(FILE* f, const RecordHeader& header, _SpaceGroup& entry) {
 // Reads the records of spgra.dat; a group's settings are numbered by the
 // order in which its records stand.
 bool readSettingRecords(const std::string& dir, SpaceGroupTable table) {
-  FILE* f = OpenDataFile(dir, "spgra.dat");
+  const IO::File file = OpenDataFile(dir, "spgra.dat");
+  FILE* f = file.get();
   if (!f) {
     IO::PrintError("Failed to open (%s).\n", "spgra.dat");
     return false;
@@ -60,7 +61,6 @@ bool readSettingRecords(const std::string& dir, SpaceGroupTable table) {
     else
       delete entry;  // a group that does not exist; the record is consumed all the same
   }
-  std::fclose(f);
   return true;
 }
 

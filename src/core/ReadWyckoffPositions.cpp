@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "app/FieldScan.h"
 #include "app/StrToken.h"
 #include "app/TextLine.h"
 #include "SpaceGroupFiles.h"
@@ -34,9 +35,9 @@ char* nextField(char* field) {
 void scanPositionHead(char* line, Wyckoff& position) {
   char* letter = nextField(line);
   char* siteSymmetry = letter ? nextField(letter) : nullptr;
-  std::sscanf(line, "%i", &position.multiplicity);
+  ScanKeeping(line, "%i", &position.multiplicity);
   if (letter)
-    std::sscanf(letter, "%c", &position.letter);
+    ScanKeeping(letter, "%c", &position.letter);
   if (siteSymmetry) {
     nextField(siteSymmetry);
     CopyTruncated(position.siteSymmetry, sizeof position.siteSymmetry, siteSymmetry);
@@ -78,7 +79,8 @@ bool readPosition(FILE* f, char* line, int size, _SpaceGroup* setting) {
 }  // namespace
 
 bool ReadWyckoffPositions(const std::string& dir, SpaceGroupTable table) {
-  FILE* f = OpenDataFile(dir, "wyckoff.dat");
+  const IO::File file = OpenDataFile(dir, "wyckoff.dat");
+  FILE* f = file.get();
   if (!f)
     return false;
   char line[80];
@@ -92,6 +94,5 @@ bool ReadWyckoffPositions(const std::string& dir, SpaceGroupTable table) {
     // A line of at most one character closes the block; the next is a header.
     more = more && get_line(line, sizeof line, f) != nullptr;
   }
-  std::fclose(f);
   return true;
 }

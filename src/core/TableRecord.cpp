@@ -2,9 +2,10 @@
 
 #include <cstring>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 
-FILE* OpenDataFile(const std::string& dir, const char* name) {
+IO::File OpenDataFile(const std::string& dir, const char* name) {
   const std::string path = dir + name;
   return IO::OpenInput(path);
 }
@@ -14,7 +15,7 @@ bool ScanRecordHeader(const char* line, RecordHeader& header) {
   // edited file only makes the joined symbol be cut at 23 characters.
   char words[4][24] = {"", "", "", ""};
   int unused = 0;
-  const int got = std::sscanf(line, "%3i%3i%3i%3i%3i%23s %23s %23s %23s", &header.number, &header.setting,
+  const int got = ScanFields(line, "%3i%3i%3i%3i%3i%23s %23s %23s %23s", &header.number, &header.setting,
                               &unused, &header.centric, &header.operatorCount, words[0], words[1],
                               words[2], words[3]);
   if (got < 5)

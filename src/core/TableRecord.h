@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <string>
 
+#include "app/IO.h"
+
 // Opens `name` in directory `dir` for reading as text; null if it cannot.
-FILE* OpenDataFile(const std::string& dir, const char* name);
+IO::File OpenDataFile(const std::string& dir, const char* name);
 
 // The first line of a record of spgra.dat and of a block of wyckoff.dat:
 // five integers of three columns each, then up to four words of the symbol.

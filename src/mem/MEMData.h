@@ -47,12 +47,8 @@ public:
   virtual void CalcFlnR() = 0;
   virtual void DFT_Derivatives() = 0;
   virtual void MakeThreadData() = 0;
-  // Reads the data file that an Alb control file names, with the cell given there.
-  virtual bool ReadAlb3D(const std::string& path, float* cell) = 0;
 
   // Run sequence.
-  bool ReadAlb(const std::string& path);
-  void Wilson(double& scale, double& Biso);
   // Allocates the value arrays for the present reflection counts; a reader
   // calls it once the counts are final and before it copies its values.
   void AllocateMemory();

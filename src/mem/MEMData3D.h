@@ -12,7 +12,9 @@ public:
   ~MEMData3D() override;
 
   // Reads the data set named by param.dataFile with the reader of
-  // param.fileType and attaches symmetry equivalents to every reflection.
+  // param.fileType (mem/readers; each fulfils the same contract on the cell,
+  // grid, F(000), reflection runs and value arrays) and attaches symmetry
+  // equivalents to every reflection.
   bool ReadFobs() override;
   void CalcFcalc_impl(int withE) override;
   int WriteOutputFiles() override;
@@ -20,16 +22,6 @@ public:
   void DFT_Derivatives() override;
   void MakeThreadData() override;
 
-  // Readers of the data set formats; each fulfils the same contract on the
-  // cell, grid, F(000), reflection runs and value arrays.
-  bool ReadMEM(const std::string& path);
-  bool ReadFOS(const std::string& path);
-  bool ReadFCF(const std::string& path);
-  bool ReadBayMEM(const std::string& path);
-  bool ReadFFO(const std::string& path);
-  bool ReadAlb3D(const std::string& path, float* cell) override;
-  // Adds the reflections of the index box that the data lack, in Patterson symmetry.
-  void CreateHKL0();
   // False, with a message, when the grid cannot fit into this computer's
   // memory: a file may ask for any grid, and the run must end with a message
   // rather than a failed allocation.

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <vector>
 
+#include "app/FieldScan.h"
 #include "app/FileType.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
@@ -104,9 +105,9 @@ std::string ask(const char* text, const std::string& kept) {
     return answer(kept);
 }
 
-void askInt(const char* text, int& field) { sscanf(ask(text, std::to_string(field)).c_str(), "%d", &field); }
-void askFloat(const char* text, float& field) { sscanf(ask(text, asText(field)).c_str(), "%f", &field); }
-void askDouble(const char* text, double& field) { sscanf(ask(text, asText(field)).c_str(), "%lf", &field); }
+void askInt(const char* text, int& field) { ScanKeeping(ask(text, std::to_string(field)).c_str(), "%d", &field); }
+void askFloat(const char* text, float& field) { ScanKeeping(ask(text, asText(field)).c_str(), "%f", &field); }
+void askDouble(const char* text, double& field) { ScanKeeping(ask(text, asText(field)).c_str(), "%lf", &field); }
 
 }  // namespace
 
@@ -153,7 +154,8 @@ bool MEMParam::ReadConditions(const std::string& conditionFile) {
     // A copy, because the caller may pass dataFile itself, which is overwritten below.
     const std::string path = conditionFile;
     resetWeighting();
-    FILE* f = IO::OpenInput(path);
+    const IO::File file = IO::OpenInput(path);
+    FILE* f = file.get();
     if (!f) {
         IO::Printf("Input file could not be opened.\n%s\n", path.c_str());
         return false;
@@ -170,54 +172,51 @@ bool MEMParam::ReadConditions(const std::string& conditionFile) {
         switch (count) {
         case kLineDataFile: {
             char name[1024] = "";
-            sscanf(line, "%1023s", name);
+            ScanKeeping(line, "%1023s", name);
             dataFile = name;
             // Relative names in a condition file refer to the file's own directory.
             IO::toAbsolutePath(dataFile, path);
             fileType = check_format(dataFile.c_str());
-            if (fileType == kTypeUnsupported) {
-                fclose(f);
-                return false;
-            }
+            if (fileType == kTypeUnsupported) return false;
             break;
         }
         case kLineNegativeType: {
             int negative = 0;
-            sscanf(line, "%d", &negative);
+            ScanKeeping(line, "%d", &negative);
             if (isMEMDataSet(fileType)) fileType += negative;
             break;
         }
-        case kLineStartType: sscanf(line, "%d", &startType); break;
-        case kLineAlgorithm: sscanf(line, "%d", &algorithm); break;
-        case kLineLMType: sscanf(line, "%d", &LM_type); break;
+        case kLineStartType: ScanKeeping(line, "%d", &startType); break;
+        case kLineAlgorithm: ScanKeeping(line, "%d", &algorithm); break;
+        case kLineLMType: ScanKeeping(line, "%d", &LM_type); break;
         case kLineLambda:
             // A third number, written by hand only, weights by multiplicity.
-            sscanf(line, "%lf %lf %lf", &lambda, &weightPowerD, &weightPowerM);
+            ScanKeeping(line, "%lf %lf %lf", &lambda, &weightPowerD, &weightPowerM);
             initialLambda = lambda;
             break;
-        case kLineCoefT: sscanf(line, "%f", &coefT); break;
-        case kLineCoefE: sscanf(line, "%f", &coefE); break;
-        case kLineFeedback: sscanf(line, "%d", &feedbackOutput); break;
-        case kLineEps: sscanf(line, "%d", &epsOutput); break;
-        case kLineMaxCycles: sscanf(line, "%d", &maxCycles); break;
+        case kLineCoefT: ScanKeeping(line, "%f", &coefT); break;
+        case kLineCoefE: ScanKeeping(line, "%f", &coefE); break;
+        case kLineFeedback: ScanKeeping(line, "%d", &feedbackOutput); break;
+        case kLineEps: ScanKeeping(line, "%d", &epsOutput); break;
+        case kLineMaxCycles: ScanKeeping(line, "%d", &maxCycles); break;
         case kLineFractions:
-            sscanf(line, kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1], &lambdaFraction[2],
+            ScanKeeping(line, kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1], &lambdaFraction[2],
                    &lambdaFraction[3], &lambdaFraction[4], &lambdaFraction[5], &lambdaFraction[6],
                    &lambdaFraction[7]);
             break;
-        case kLinePrior: sscanf(line, "%d", &priorType); break;
-        case kLineResolution: sscanf(line, "%lf", &gridResolution); break;
+        case kLinePrior: ScanKeeping(line, "%d", &priorType); break;
+        case kLineResolution: ScanKeeping(line, "%lf", &gridResolution); break;
         default: break;  // output names, dummies, and anything after the resolution
         }
     }
-    fclose(f);
     SetFileNames();
     return true;
 }
 
 bool MEMParam::WriteConditions() {
     condFile = withoutExtension(dataFile) + ".prf";
-    FILE* f = fopen(condFile.c_str(), "w");
+    IO::File file(fopen(condFile.c_str(), "w"));
+    FILE* f = file.get();
     if (!f) {
         IO::Printf("Failed to write in %s\n", condFile.c_str());
         return false;
@@ -258,7 +257,8 @@ bool MEMParam::WriteConditions() {
             lambdaFraction[7]);
     fprintf(f, "%s\n%d\n\n", _option_text[13], priorType);
     const bool written = !ferror(f);
-    if (fclose(f) != 0 || !written) {
+    // Closed here rather than by the owner, because a failed close can lose what was written.
+    if (fclose(file.release()) != 0 || !written) {
         IO::Printf("Failed to write in %s\n", condFile.c_str());
         return false;
     }
@@ -318,7 +318,7 @@ void MEMParam::askQuestions() {
         puts("# 0. The value input by user.");
         puts("# 1. The value calculated by Halvorin.");
         puts("# 2. The value written in the MEM data set file.");
-        sscanf(answer(std::to_string(LM_type)).c_str(), "%d", &LM_type);
+        ScanKeeping(answer(std::to_string(LM_type)).c_str(), "%d", &LM_type);
         if (LM_type == 0) askDouble(_option_text[6], lambda);
     }
     askDouble(_option_text[7], weightPowerD);
@@ -329,7 +329,7 @@ void MEMParam::askQuestions() {
     std::string kept = asText(lambdaFraction[0]);
     for (int k = 1; k < 8; ++k) kept += " " + asText(lambdaFraction[k]);
     const std::string fractions = ask(_option_text[12], kept);
-    sscanf(fractions.c_str(), kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1], &lambdaFraction[2],
+    ScanKeeping(fractions.c_str(), kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1], &lambdaFraction[2],
            &lambdaFraction[3], &lambdaFraction[4], &lambdaFraction[5], &lambdaFraction[6], &lambdaFraction[7]);
     if (algorithm != 0) askInt(_option_text[13], priorType);
     askInt(_option_text[14], savePreferences);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/OperatorList.h"
 #include "table_fixture.h"
 
 namespace {
@@ -100,6 +101,24 @@ TEST(SpaceGroupTable, MagneticEntriesStandBehindTheOrdinaryOnes) {
     }
   }
   EXPECT_EQ(1651, magnetic);
+}
+
+// Operators read from data files pass this check before they reach the
+// voxel grid, whose integer operators a non-finite translation or a huge
+// rotation entry would overflow.
+TEST(SymmetryOperators, OnlyLatticeOperatorsPass) {
+  const std::pair<const char*, bool> cases[] = {
+      {"x,y,z", true},          {"-y,x-y,z+1/3", true},  {"-x,-y,-z", true},     {"x+1/2,y+1/2,z", true},
+      {"x,y,z+1/0", false},     {"x,y,nan", false},      {"2x,y,z", false},      {"x/2,y,z", false},
+      {"x,y", false},           {"x+17y,y,z", false},    {"x,y,-0z", false},
+  };
+  for (const auto& c : cases) {
+    std::string text = c.first;
+    Matrix4D op;
+    UnitCell::convertXYZ2Matrix_Q4(&text[0], op);
+    VectorD::Fractionalize(op.Translation(), 3);
+    EXPECT_EQ(IsSymmetryOperator(op), c.second) << c.first;
+  }
 }
 
 TEST(SymmetryOperators, ACustomListStaysInForce) {

@@ -11,6 +11,7 @@
 
 #include "core/Element.h"
 #include "analysis_fixture.h"
+#include "mem/readers/ReadAlb.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ bool ReadRoute(MEMData3D& d, const std::string& path) {
     return ReadQuietly(d, path, 8);
   LoadTablesOnce();
   CapturedOutput quiet;
-  d.ReadAlb(path);  // a failure shows in the data file that is then missing
+  ReadAlb(d, path);  // a failure shows in the data file that is then missing
   return d.ReadFobs();
 }
 
@@ -133,7 +134,7 @@ TEST(ElementTable, AlbElementsAreListedAsLiWithZeros) {
   TestAnalysis d;
   LoadTablesOnce();
   CapturedOutput table;
-  ASSERT_TRUE(d.ReadAlb(dir.write("rutile.alb", text)));
+  ASSERT_TRUE(ReadAlb(d, dir.write("rutile.alb", text)));
   ASSERT_EQ(d.elements.size(), 2);
   Element::GetFormFactor(d.elements);
   const std::string zeros = "  li:  0.000000   0.000000   0.000000   0.000000   0.000000   0.000000\n"

@@ -1,5 +1,6 @@
 // The .fos, .BayMEM and .ffo readers: one structure in every format reads
 // alike, and symmetry comes by operators or symbol.
+#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -100,6 +101,46 @@ TEST(BayMemSymmetry, SymbolDecidesWhenNoTranslationsAreGiven) {
     EXPECT_FALSE(ReadQuietly(e, refused.path(), kBayMem, &messages)) << line;
     EXPECT_EQ(messages, "Dimension other than 3 is not supported.\nPress Enter key to exit.\n");
   }
+}
+
+// Descriptors open in this process: a reader that leaves by an early return
+// must still close its file, or a long series of runs in one process (the
+// prior companion, the tests) runs out of them.
+int OpenDescriptors() {
+  DIR* dir = opendir("/proc/self/fd");
+  int count = 0;
+  while (readdir(dir))
+    ++count;
+  closedir(dir);
+  return count;
+}
+
+TEST(Readers, EveryPathOutClosesTheFile) {
+  struct Case {
+    const char* name;
+    int type;
+    const char* text;
+    bool read;
+  };
+  const Case cases[] = {
+      {"ok.mem", kMem, "t\n5 5 5 90 90 90\nP 1\n1 1 8 8 8\n10 0\n1\n1 0 0 2 0 0.1\n0\n0\n", true},
+      {"huge.mem", kMem, "t\n1e30 1e30 1e30 90 90 90\nP 1\n1 1 0 0 0\n10 0\n0\n0\n0\n", false},
+      {"dim.BayMEM", kBayMem, "dimension 2\ncell 5 5 5 90 90 90\n", false},
+      {"nof000.fcf", 6, "_cell_length_a 5\nloop_\n_refln_index_h\n", false},
+      {"nocell.ffo", kFfo, "1 0 0 0 2 0 0 0 0 1\n", false},
+  };
+  for (const Case& c : cases) {
+    ScratchFile file(c.text, c.name);
+    TestAnalysis d;
+    const int before = OpenDescriptors();
+    EXPECT_EQ(ReadQuietly(d, file.path(), c.type), c.read) << c.name;
+    EXPECT_EQ(OpenDescriptors(), before) << c.name;
+  }
+  ScratchFile conditions("$PREFERENCES\n\n# data\nname.unknown\n", "c.prf");
+  MEMParam param;
+  const int before = OpenDescriptors();
+  EXPECT_FALSE(param.ReadConditions(conditions.path()));
+  EXPECT_EQ(OpenDescriptors(), before);
 }
 
 const char kFosHeader[] = "Test\n5.0 5.0 5.0 90 90 90\nP 1\n10 10 10 1 1 P\n2.0 0.1\n100.0 0.0 0\n";

@@ -5,6 +5,7 @@
 #include <omp.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +17,7 @@
 #include "mem/MEMData3D.h"
 #include "mem/Prepare.h"
 #include "mem/optimisers/MaxEnt.h"
+#include "mem/readers/ReadAlb.h"
 
 // Readers take paths, so every input goes through a file of this process.
 inline std::string WriteInput(const uint8_t* data, size_t size, const char* extension) {
@@ -72,10 +74,24 @@ inline void FuzzDataSet(const uint8_t* data, size_t size, int fileType, const ch
     FuzzAnalysis(mem);
 }
 
-// An Alb control file, which names its reflection list, and the analysis it sets up.
+// Voxels of the grid that the reader of the named list will settle on: the
+// control file's own, or one from its cell at the resolution used here.
+inline double ExpectedVoxels(const MEMData3D& mem) {
+    const int* n = mem.gridSize;
+    if (n[0] >= 1 && n[1] >= 1 && n[2] >= 1) return 1.0 * n[0] * n[1] * n[2];
+    double voxels = 1.0;
+    for (int i = 0; i < 3; ++i) voxels *= std::ceil(std::fabs(mem.unitCell.cell[i]) / 1.5) + 1.0;
+    return voxels;
+}
+
+// An Alb control file, which names its reflection list, and the analysis it
+// sets up. The route lays out every reflection of the grid's index box while
+// the list is read, so a grid far beyond the analysed ones (a cell or grid of
+// a typing error) only slows the search down; its list is not read.
 inline void FuzzAlbRoute(const std::string& controlFile) {
     PrepareFuzzing();
     MEMData3D mem;
-    mem.ReadAlb(controlFile);
+    ReadAlb(mem, controlFile);
+    if (!(ExpectedVoxels(mem) <= 64.0 * kFuzzedVoxels)) return;
     FuzzAnalysis(mem);
 }

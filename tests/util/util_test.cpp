@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/ElapsedTimes.h"
+#include "app/FieldScan.h"
 #include "app/FileType.h"
 #include "app/IO.h"
 #include "app/MergeSort.h"
@@ -129,6 +130,45 @@ TEST(ValueAndEsd, TableOfForms) {
 
 // Leading and trailing delimiters, the buffer restored on close, a new string
 // that restores the old one and switches delimiters, and empty input.
+// The count decides what a short line means, so it must be the number of
+// fields filled, 0 (never EOF) for an empty or blank text, and a field that
+// does not scan must leave it and every later field as they were.
+TEST(FieldScan, CountsAndKeptFields) {
+    struct Case {
+        const char* text;
+        int filled;
+        double x, y, z;
+    };
+    const Case cases[] = {
+        {"1 2 3", 3, 1, 2, 3},   {"1.5e1\t-2 3 trailing", 3, 15, -2, 3},
+        {"4 5", 2, 4, 5, -9},    {"4 x 6", 1, 4, -9, -9},
+        {"", 0, -9, -9, -9},     {"   \r", 0, -9, -9, -9},
+        {"# 1 2 3", 0, -9, -9, -9},
+    };
+    for (const Case& c : cases) {
+        double v[3] = {-9, -9, -9};
+        EXPECT_EQ(ScanFields(c.text, "%lf%lf%lf", &v[0], &v[1], &v[2]), c.filled) << c.text;
+        EXPECT_EQ(v[0], c.x) << c.text;
+        EXPECT_EQ(v[1], c.y) << c.text;
+        EXPECT_EQ(v[2], c.z) << c.text;
+        double k[3] = {-9, -9, -9};
+        ScanKeeping(c.text, "%lf%lf%lf", &k[0], &k[1], &k[2]);
+        EXPECT_TRUE(std::equal(k, k + 3, v)) << c.text;
+    }
+    char word[4] = "old";
+    EXPECT_EQ(ScanFields("  toolong", "%3s", word), 1);
+    EXPECT_STREQ(word, "too");
+}
+
+// A word without a width would run past its buffer on a long word: the
+// program refuses such a format at once, whatever the text.
+TEST(FieldScanDeathTest, UnboundedWordIsRefused) {
+    char word[8];
+    int n = 0;
+    EXPECT_DEATH((void)ScanFields("1 a", "%d %s", &n, word), "Unbounded word");
+    EXPECT_DEATH(ScanKeeping("", "%[a-z]", word), "Unbounded word");
+}
+
 TEST(StrToken, TokensAndRestoredBuffers) {
     char buf[] = " ,x,y, z ,";
     StrToken tokens(buf, " ,");

@@ -99,18 +99,17 @@ enum class GridOpen { Ok, Missing, Mismatch };
 // Opens `path`, reads its header and, for a file of this run's grid, takes its
 // lattice constants and moves to the first voxel. The file's cell replaces the
 // data file's, while the voxel volume stays that of the data file.
-GridOpen OpenGridFile(MEMData3D& d, const std::string& path, PgridHeader& h, FILE*& f) {
+GridOpen OpenGridFile(MEMData3D& d, const std::string& path, PgridHeader& h, IO::File& f) {
     f = IO::OpenInput(path, "rb");
     if (!f) return GridOpen::Missing;
-    ReadPgridHeader(f, h);
+    ReadPgridHeader(f.get(), h);
     if (!MatchesRun(h, d)) {
         PrintMismatch(h, d, path);
-        fclose(f);
-        f = nullptr;
+        f.reset();
         return GridOpen::Mismatch;
     }
     std::memcpy(d.unitCell.cell, h.cell, sizeof h.cell);
-    if (h.gridType == 1) SkipPgridOperators(f);
+    if (h.gridType == 1) SkipPgridOperators(f.get());
     return GridOpen::Ok;
 }
 
@@ -119,9 +118,9 @@ GridOpen OpenGridFile(MEMData3D& d, const std::string& path, PgridHeader& h, FIL
 // the run does instead; then the console waits. A missing file also resets
 // `setting`, the choice that asked for it, while a file of another grid leaves
 // the choice as the user gave it. Null when the file is not used.
-FILE* OpenInputGrid(MEMData3D& d, const std::string& path, PgridHeader& h, const char* missingFormat,
-                    const char* fallback, int& setting) {
-    FILE* f = nullptr;
+IO::File OpenInputGrid(MEMData3D& d, const std::string& path, PgridHeader& h, const char* missingFormat,
+                       const char* fallback, int& setting) {
+    IO::File f;
     const GridOpen opened = OpenGridFile(d, path, h, f);
     if (opened == GridOpen::Ok) return f;
     if (opened == GridOpen::Missing) IO::PrintError(missingFormat, path.c_str());
@@ -169,9 +168,10 @@ int MEMData3D::WritePgrid() {
 
 int MEMData3D::ReadRho2() {
     PgridHeader h;
-    FILE* f = OpenInputGrid(*this, param.gridFile, h, "Failed to read density data of previous run: %s\n",
-                            "The calculation will be started from flat densities.\n", param.startType);
-    if (!f) return 1;
+    const IO::File file = OpenInputGrid(*this, param.gridFile, h, "Failed to read density data of previous run: %s\n",
+                                        "The calculation will be started from flat densities.\n", param.startType);
+    if (!file) return 1;
+    FILE* f = file.get();
     float scratch = 0.0f;
     if (h.nChannel == 2)
         for (ThreadData* block : threads) block->ReserveMinusSide();
@@ -185,23 +185,22 @@ int MEMData3D::ReadRho2() {
         }
         block.rho12[v] = r + q;
     });
-    fclose(f);
     return 0;
 }
 
 int MEMData3D::ReadPrior2() {
     const std::string path = PriorFileName(param.gridFile);
     PgridHeader h;
-    FILE* f = OpenInputGrid(*this, path, h, "Failed to read prior data %s\n", "Flat prior will be used.\n",
-                            param.priorType);
-    if (!f) return 1;
+    const IO::File file = OpenInputGrid(*this, path, h, "Failed to read prior data %s\n",
+                                        "Flat prior will be used.\n", param.priorType);
+    if (!file) return 1;
+    FILE* f = file.get();
     float scratch = 0.0f;
     for (ThreadData* block : threads) block->ReservePriors();
     ForEachFileVoxel(f, h, threads, [&](ThreadData& block, int v) {
         block.prior1[v] = ReadDensity(f, scratch, voxelVolume);
         if (h.nChannel == 2) block.prior2[v] = ReadDensity(f, scratch, voxelVolume);
     });
-    fclose(f);
 
     // Without a restart file the analysis starts at the prior's density, so
     // that every algorithm starts where the entropy is highest, with every

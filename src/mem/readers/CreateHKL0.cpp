@@ -1,9 +1,12 @@
 // Unobserved reflections: every reflection of the grid's index box that the data lack, analysed in Patterson symmetry.
+#include "mem/readers/CreateHKL0.h"
+
 #include <algorithm>
 #include <cstdio>
 
 #include "mem/AlignedArray.h"
 #include "mem/MEMData3D.h"
+#include "mem/readers/Wilson.h"
 
 namespace {
 
@@ -43,8 +46,8 @@ void holdAtZeroWithoutShifts(ObjVector<StructureFactor>& absent) {
 // group. Those the true group forbids go to the head of the list, to be held
 // at zero; those the data do not hold go to the end, calculated only. The
 // cell then stays in Patterson symmetry for the rest of the run.
-void MEMData3D::CreateHKL0() {
-  UnitCell& uc = unitCell;
+void CreateHKL0(MEMData3D& mem) {
+  UnitCell& uc = mem.unitCell;
   const int number = uc.spgNumber, setting = uc.spgSetting;
   StructureFactor prototype(3);
   char patterson[24] = "";
@@ -56,7 +59,7 @@ void MEMData3D::CreateHKL0() {
   // a data file that could not be read leaves no grid at all.
   int hmax[3];
   for (int c = 0; c < 3; ++c)
-    hmax[c] = std::max(gridSize[c] / 2 - 1, 0);
+    hmax[c] = std::max(mem.gridSize[c] / 2 - 1, 0);
   ObjVector<StructureFactor> generated, absent;
   StructureFactor::CreateReflectionList(generated, prototype, uc.symOp, uc.orthoInverse, hmax, 0.0,
                                         0.0, true, 3);
@@ -69,23 +72,23 @@ void MEMData3D::CreateHKL0() {
   uc.setSpgNameStandard(patterson);
   uc.createSymmetryOP();
 
-  nRefUnobs = absent.size();
-  ObjVector<StructureFactor> data = reflections;
-  reflections = absent;
-  reflections.append(data);
-  for (int i = nRefUnobs; i < nRefUnobs + nRefF; ++i) {
-    const StructureFactor& r = *reflections[i];
+  mem.nRefUnobs = absent.size();
+  ObjVector<StructureFactor> data = mem.reflections;
+  mem.reflections = absent;
+  mem.reflections.append(data);
+  for (int i = mem.nRefUnobs; i < mem.nRefUnobs + mem.nRefF; ++i) {
+    const StructureFactor& r = *mem.reflections[i];
     const int* h = r.hkl.item(0);
     std::printf("%3d (%3d %3d %3d) m=%d di=%g\n", i, h[0], h[1], h[2], (int)r.hkl.nItems(), r.di);
   }
-  StructureFactor::RemoveDuplicate(generated, reflections, uc.symOp, uc.orthoInverse, 3);
-  nRefE += generated.size();
-  reflections.append(generated);
-  enlargeReflectionArrays(*this);
+  StructureFactor::RemoveDuplicate(generated, mem.reflections, uc.symOp, uc.orthoInverse, 3);
+  mem.nRefE += generated.size();
+  mem.reflections.append(generated);
+  enlargeReflectionArrays(mem);
 
-  if (param.fileType != 8) {
+  if (mem.param.fileType != 8) {
     double scale = 0.0, Biso = 0.0;
-    Wilson(scale, Biso);
+    Wilson(mem, scale, Biso);
     std::printf("scale=%f, Biso=%f\n", scale, Biso);
   }
 }

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <climits>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "mem/MEMData3D.h"
@@ -14,6 +15,12 @@ namespace {
 // Indices beyond this are typing errors; the bound keeps every later sum
 // and negation of indices inside int.
 const double kIndexLimit = 1 << 20;
+
+// A last line without a line end is taken again by every fetch after the end
+// of the file. Counts scanned from such lines multiply (groups of members), so
+// the repetition is cut off here, far beyond any file a person has written,
+// before it grows into a hang.
+const int kEndRepeats = 1000;
 
 StructureFactor* newReflection(double h, double k, double l) {
   const int indices[3] = {ReflectionIndex(h), ReflectionIndex(k), ReflectionIndex(l)};
@@ -76,8 +83,8 @@ void StoreIndividualValues(MEMData3D& mem, const std::vector<double>& re,
   std::fill(mem.refWeight, mem.refWeight + mem.nRefF, 1.0);
 }
 
-FILE* OpenDataFile(const std::string& path) {
-  FILE* f = IO::OpenInput(path);
+IO::File OpenDataFile(const std::string& path) {
+  IO::File f = IO::OpenInput(path);
   if (!f) {
     IO::Printf("Input file could not be opened.\n%s\n", path.c_str());
     IO::PrintError("Press Enter key to exit.\n");
@@ -91,16 +98,21 @@ FILE* OpenDataFile(const std::string& path) {
 // been seen, the line stays as it was, so a last line without a line end is
 // seen again by every later fetch.
 void PositionalReader::fetchLine() {
-  if (atEnd())
+  if (atEnd()) {
+    ++endRepeats_;
     return;
+  }
   SkipCommentLines(f_, line_);
 }
 
 // At the end of the file every further fetch gives the same line again; a
-// block stops early when that line can yield nothing (blank or a comment).
+// block stops early when that line can yield nothing (blank or a comment), or
+// once it has been repeated kEndRepeats times.
 bool PositionalReader::exhausted() const {
   if (!atEnd())
     return false;
+  if (endRepeats_ >= kEndRepeats)
+    return true;
   const char* p = line_;
   while (std::isspace((unsigned char)*p))
     ++p;
@@ -136,7 +148,7 @@ void PositionalReader::readTitle() { std::snprintf(mem_.title, sizeof mem_.title
 void PositionalReader::readCell() {
   UnitCell& uc = mem_.unitCell;
   float* c = uc.cell;
-  std::sscanf(line_, "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
+  ScanKeeping(line_, "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
   uc.orthoMatrix.SetC2Ortho(uc.cell);
   uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
 }
@@ -149,9 +161,9 @@ void PositionalReader::readSymmetryAndGrid() {
   int number = uc.spgNumber, setting = uc.spgSetting;
   if (layout_ == Layout::Fos) {
     char word[2];
-    std::sscanf(line_, "%d%d%d%d%d%1s", &n[0], &n[1], &n[2], &number, &setting, word);
+    ScanKeeping(line_, "%d%d%d%d%d%1s", &n[0], &n[1], &n[2], &number, &setting, word);
   } else {
-    std::sscanf(line_, "%d%d%d%d%d", &number, &setting, &n[0], &n[1], &n[2]);
+    ScanKeeping(line_, "%d%d%d%d%d", &number, &setting, &n[0], &n[1], &n[2]);
   }
   uc.setSpgNumber(number, setting);
   uc.createSymmetryOP();
@@ -163,7 +175,7 @@ void PositionalReader::readSymmetryAndGrid() {
 // ratio enters the weights. Taken in single precision, as the file gives them.
 void PositionalReader::readScale() {
   float k = 1.0f, sigmaK = 0.0f;
-  std::sscanf(line_, "%f%f", &k, &sigmaK);
+  ScanKeeping(line_, "%f%f", &k, &sigmaK);
   scaleVariance_ = sigmaK * sigmaK / (k * k);
 }
 
@@ -173,14 +185,14 @@ void PositionalReader::readMoments() {
   double* moment = mem_.targetMoment;
   const int type = mem_.param.fileType;
   if (layout_ == Layout::Mem && (type == 3 || type == 8))
-    std::sscanf(line_, "%lf%lf", &moment[0], &lambda_);
+    ScanKeeping(line_, "%lf%lf", &moment[0], &lambda_);
   else
-    std::sscanf(line_, "%lf%lf%lf", &moment[0], &moment[1], &lambda_);
+    ScanKeeping(line_, "%lf%lf%lf", &moment[0], &moment[1], &lambda_);
 }
 
 void PositionalReader::readIndividual() {
   int declared = 0;
-  std::sscanf(line_, "%i", &declared);
+  ScanKeeping(line_, "%i", &declared);
   for (int i = 0; i < declared && !exhausted(); ++i) {
     fetchLine();
     if (layout_ == Layout::Fos)
@@ -194,7 +206,7 @@ void PositionalReader::readIndividual() {
 // h k l, Re F, Im F, sigma and an optional relative weight.
 bool PositionalReader::readMemLine() {
   double h, k, l, re, im, sigma, weight = 1.0;
-  if (std::sscanf(line_, "%lf%lf%lf%lf%lf%lf%lf", &h, &k, &l, &re, &im, &sigma, &weight) < 6)
+  if (ScanFields(line_, "%lf%lf%lf%lf%lf%lf%lf", &h, &k, &l, &re, &im, &sigma, &weight) < 6)
     return false;
   mem_.reflections.add(newReflection(h, k, l));
   FobsRe_.push_back(re);
@@ -211,7 +223,7 @@ bool PositionalReader::readMemLine() {
 bool PositionalReader::readFosLine() {
   double h, k, l;
   float re, im, modulus, Io, weight = 1.0f;
-  if (std::sscanf(line_, "%lf%lf%lf%f%f%f%f%f", &h, &k, &l, &re, &im, &modulus, &Io, &weight) < 7)
+  if (ScanFields(line_, "%lf%lf%lf%f%f%f%f%f", &h, &k, &l, &re, &im, &modulus, &Io, &weight) < 7)
     return false;
   StructureFactor* sf = newReflection(h, k, l);
   mem_.reflections.add(sf);
@@ -231,7 +243,7 @@ bool PositionalReader::readFosLine() {
 
 void PositionalReader::readGroups() {
   int declared = 0;
-  std::sscanf(line_, "%i", &declared);
+  ScanKeeping(line_, "%i", &declared);
   for (int g = 0; g < declared && !exhausted(); ++g)
     readGroup();
   mem_.nGroups = (int)mem_.groupSize.size();
@@ -249,7 +261,7 @@ void PositionalReader::readGroups() {
 void PositionalReader::readGroup() {
   fetchLine();
   int declared;
-  if (std::sscanf(line_, "%d", &declared) != 1)
+  if (ScanFields(line_, "%d", &declared) != 1)
     return;
   const bool fos = layout_ == Layout::Fos;
   auto weightOf = [&](double sigma) {
@@ -263,11 +275,11 @@ void PositionalReader::readGroup() {
     int fields;
     if (fos) {
       float g = 0.0f, s = 0.0f;
-      fields = std::sscanf(line_, "%lf%lf%lf%f%f", &h, &k, &l, &g, &s);
+      fields = ScanFields(line_, "%lf%lf%lf%f%f", &h, &k, &l, &g, &s);
       G = g;
       sigma = s;
     } else {
-      fields = std::sscanf(line_, "%lf%lf%lf%lf%lf", &h, &k, &l, &G, &sigma);
+      fields = ScanFields(line_, "%lf%lf%lf%lf%lf", &h, &k, &l, &G, &sigma);
     }
     if (fields < 3)
       continue;
@@ -297,11 +309,11 @@ void PositionalReader::readGroup() {
 // h k l of reflections that are calculated for the report only.
 void PositionalReader::readListed() {
   int declared = 0;
-  std::sscanf(line_, "%i", &declared);
+  ScanKeeping(line_, "%i", &declared);
   for (int i = 0; i < declared && !exhausted(); ++i) {
     fetchLine();
     double h, k, l;
-    if (std::sscanf(line_, "%lf%lf%lf", &h, &k, &l) != 3)
+    if (ScanFields(line_, "%lf%lf%lf", &h, &k, &l) != 3)
       continue;
     mem_.reflections.add(newReflection(h, k, l));
     mem_.refFobsRe.push_back(0.0);

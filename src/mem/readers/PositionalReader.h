@@ -6,13 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "app/IO.h"
+
 class MEMData3D;
 
 // Helpers of every data set reader.
 //
 // Opens a data file for reading; when it cannot be opened, says so and waits
-// for a key, as every reader does.
-FILE* OpenDataFile(const std::string& path);
+// for a key, as every reader does, and gives null.
+IO::File OpenDataFile(const std::string& path);
 // An index as written in a file, rounded (1.5 to 2, -1.5 to -1) and bounded
 // far beyond any real reflection, so that sums and negations of indices stay
 // inside int.
@@ -78,6 +80,7 @@ private:
   FILE* f_;
   const Layout layout_;
   char line_[120] = "";
+  int endRepeats_ = 0;  // fetches after the end of the file
   double lambda_ = 0.0;
   // Relative variance of the scale factor of .fos data, sigma(k)^2 / k^2.
   double scaleVariance_ = 0.0;

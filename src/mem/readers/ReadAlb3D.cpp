@@ -1,8 +1,11 @@
 // The Alb control file: symmetry, grid, cell contents and a few settings for the data file it names.
+#include "mem/readers/ReadAlb3D.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 
+#include "app/FieldScan.h"
 #include "app/FileType.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
@@ -18,12 +21,12 @@ namespace {
 // source in the file and are 0.
 void readCellContents(MEMData3D& mem, FILE* f, char* line, int size) {
   int kinds = 0;
-  std::sscanf(line, "%d", &kinds);
+  ScanKeeping(line, "%d", &kinds);
   if (kinds < 1) {
     if (!getLineSkipBlank(line, size, f, "#"))
       return;
     double unused;
-    std::sscanf(line, "%lf%lf%lf", &unused, &mem.targetMoment[0], &mem.targetMoment[1]);
+    ScanKeeping(line, "%lf%lf%lf", &unused, &mem.targetMoment[0], &mem.targetMoment[1]);
     return;
   }
   for (int i = 0; i < kinds && getLineSkipBlank(line, size, f, "#"); ++i) {
@@ -42,10 +45,13 @@ void readCellContents(MEMData3D& mem, FILE* f, char* line, int size) {
 // and the cycle limit. Lines after that are ignored. The data file's reader
 // sets the cell matrices and the voxel volume; a data file with a header of
 // its own overrides what stands here.
-bool MEMData3D::ReadAlb3D(const std::string& path, float* cell) {
-  FILE* f = IO::OpenInput(path);
-  if (!f)  // ReadAlb opened it a moment ago; only a race removes it
+bool ReadAlb3D(MEMData3D& mem, const std::string& path, const float* cell) {
+  const IO::File file = IO::OpenInput(path);
+  if (!file)  // ReadAlb opened it a moment ago; only a race removes it
     return true;
+  FILE* f = file.get();
+  UnitCell& unitCell = mem.unitCell;
+  MEMParam& param = mem.param;
   char line[120];
   getLineSkipBlank(line, sizeof line, f, "#");
   getLineSkipBlank(line, sizeof line, f, "#");
@@ -55,18 +61,18 @@ bool MEMData3D::ReadAlb3D(const std::string& path, float* cell) {
   while (getLineSkipBlank(line, sizeof line, f, "#")) {
     switch (number++) {
     case 0: {
-      int* n = gridSize;
-      std::sscanf(line, "%d%d%d%d%d", &unitCell.spgNumber, &unitCell.spgSetting, &n[0], &n[1], &n[2]);
+      int* n = mem.gridSize;
+      ScanKeeping(line, "%d%d%d%d%d", &unitCell.spgNumber, &unitCell.spgSetting, &n[0], &n[1], &n[2]);
       unitCell.setSpgNumber(unitCell.spgNumber, unitCell.spgSetting);
       unitCell.createSymmetryOP();
       break;
     }
     case 2:
-      readCellContents(*this, f, line, sizeof line);
+      readCellContents(mem, f, line, sizeof line);
       break;
     case 3: {
       char name[1024] = "";
-      std::sscanf(line, "%1023s", name);
+      ScanKeeping(line, "%1023s", name);
       param.dataFile = name;
       IO::toAbsolutePath(param.dataFile, path);
       param.fileType = check_format(param.dataFile.c_str());
@@ -80,20 +86,19 @@ bool MEMData3D::ReadAlb3D(const std::string& path, float* cell) {
       break;
     case 6:
       std::printf("lambda1: %s\n", line);
-      std::sscanf(line, "%lf", &param.lambda);
+      ScanKeeping(line, "%lf", &param.lambda);
       break;
     case 7:
       std::printf("SCIO: %s\n", line);
-      std::sscanf(line, "%f", &param.coefE);
+      ScanKeeping(line, "%f", &param.coefE);
       break;
     case 11:
-      std::sscanf(line, "%d", &param.maxCycles);
+      ScanKeeping(line, "%d", &param.maxCycles);
       break;
     default:
       break;
     }
   }
-  std::fclose(f);
   param.SetFileNames();
   return true;
 }

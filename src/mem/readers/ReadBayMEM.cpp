@@ -6,6 +6,8 @@
 // everywhere. Symmetry comes either as lattice translations ("centers") and
 // operators ("symmetry"), every operator being repeated for every
 // translation, or as a symbol ("spacegroup") when no operators are given.
+#include "mem/readers/ReadBayMEM.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -13,9 +15,11 @@
 #include <string>
 #include <vector>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "base/VectorD.h"
+#include "core/OperatorList.h"
 #include "core/SpaceGroup.h"
 #include "mem/MEMData3D.h"
 #include "mem/readers/PositionalReader.h"
@@ -81,14 +85,13 @@ bool BayMemFileReader::readAll() {
   int* n = mem_.gridSize;
   while (fetch()) {
     if (contains(line_, "title")) {
-      std::sscanf(valueAt(line_, 5), "%79s", mem_.title);
+      ScanKeeping(valueAt(line_, 5), "%79s", mem_.title);
     } else if (contains(line_, "dimension")) {
       int dimension = 0;
-      std::sscanf(valueAt(line_, 9), "%d", &dimension);
-      if (dimension != 3)
+      if (ScanFields(valueAt(line_, 9), "%d", &dimension) != 1 || dimension != 3)
         return false;
     } else if (contains(line_, "voxel")) {
-      std::sscanf(valueAt(line_, 5), "%d%d%d", &n[0], &n[1], &n[2]);
+      ScanKeeping(valueAt(line_, 5), "%d%d%d", &n[0], &n[1], &n[2]);
       // With the matrix of this moment: a cell given later does not correct it.
       mem_.voxelVolume = GridVoxelVolume(mem_);
     } else if (contains(line_, "cell")) {
@@ -100,7 +103,7 @@ bool BayMemFileReader::readAll() {
     } else if (contains(line_, "symmetry")) {
       readSymmetry();
     } else if (contains(line_, "electrons")) {
-      std::sscanf(valueAt(line_, 9), "%lf", &mem_.targetMoment[0]);
+      ScanKeeping(valueAt(line_, 9), "%lf", &mem_.targetMoment[0]);
     } else if (contains(line_, "fbegin")) {
       readReflections();
     }
@@ -111,7 +114,7 @@ bool BayMemFileReader::readAll() {
 void BayMemFileReader::readCell() {
   UnitCell& uc = mem_.unitCell;
   float* c = uc.cell;
-  std::sscanf(valueAt(line_, 5), "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
+  ScanKeeping(valueAt(line_, 5), "%f%f%f%f%f%f", &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]);
   uc.orthoMatrix.SetC2Ortho(uc.cell);
   uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
 }
@@ -134,7 +137,7 @@ void BayMemFileReader::readSymbol() {
 void BayMemFileReader::readCenters() {
   while (fetch() && !contains(line_, "endcenters")) {
     double t[3];
-    if (std::sscanf(line_, "%lf%lf%lf", &t[0], &t[1], &t[2]) != 3)
+    if (ScanFields(line_, "%lf%lf%lf", &t[0], &t[1], &t[2]) != 3)
       return;
     Matrix4D* center = new Matrix4D;
     std::copy(t, t + 3, center->Translation());
@@ -157,7 +160,7 @@ void BayMemFileReader::readReflections() {
   while (fetch() && !contains(line_, "endf")) {
     int h, k, l;
     double re, im, sigma;
-    if (std::sscanf(line_, "%d%d%d%lf%lf%lf", &h, &k, &l, &re, &im, &sigma) < 6)
+    if (ScanFields(line_, "%d%d%d%lf%lf%lf", &h, &k, &l, &re, &im, &sigma) < 6)
       continue;
     if (h == 0 && k == 0 && l == 0) {
       mem_.targetMoment[0] = re;
@@ -172,7 +175,9 @@ void BayMemFileReader::readReflections() {
 }
 
 // Every operator for every lattice translation, translation-major. Operators
-// without any translation block are dropped, and the symbol decides.
+// without any translation block are dropped, and the symbol decides. So is a
+// product that is no symmetry operator (a translation of 1/0 or "nan", a
+// rotation of a typing error): the voxel grid could not be mapped by it.
 void BayMemFileReader::settleSymmetry() {
   UnitCell& uc = mem_.unitCell;
   uc.symOp.clear();
@@ -181,7 +186,10 @@ void BayMemFileReader::settleSymmetry() {
       Matrix4D* product = new Matrix4D;
       product->GeMM(*center, *op, 'N', 'N', 1.0, 0.0);
       VectorD::Fractionalize(product->Translation(), 3);
-      uc.symOp.add(product);
+      if (IsSymmetryOperator(*product))
+        uc.symOp.add(product);
+      else
+        delete product;
     }
   if (uc.symOp.size() > 0) {
     // The list stays as the file gave it, also when it matches a setting.
@@ -201,13 +209,13 @@ bool BayMemFileReader::storeValues() {
 
 }  // namespace
 
-bool MEMData3D::ReadBayMEM(const std::string& path) {
-  FILE* f = OpenDataFile(path);
+bool ReadBayMEM(MEMData3D& mem, const std::string& path) {
+  IO::File f = OpenDataFile(path);
   if (!f)
     return false;
-  BayMemFileReader reader(*this, f);
+  BayMemFileReader reader(mem, f.get());
   const bool supported = reader.readAll();
-  std::fclose(f);
+  f.reset();
   if (!supported) {
     IO::PrintError("Dimension other than 3 is not supported.\nPress Enter key to exit.\n");
     std::getchar();

@@ -14,6 +14,8 @@
 // (F squared as it stands, or F squared from F with su 2 |F| su(F)), no
 // phase is needed, and the total is F(000) squared (the file's F(000) is
 // squared; the total of an Alb control file stands as it is).
+#include "mem/readers/ReadFCF.h"
+
 #include <algorithm>
 #include <cctype>
 #include <climits>
@@ -22,6 +24,7 @@
 #include <cstring>
 #include <vector>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/StrToken.h"
 #include "app/TextLine.h"
@@ -126,7 +129,7 @@ void FcfScanner::scanAll() {
   fetch();
   while (!ended_) {
     w1_[0] = w2_[0] = '\0';
-    std::sscanf(line_, "%14s %34s %34s", w1_, w2_, w3_);
+    ScanKeeping(line_, "%14s %34s %34s", w1_, w2_, w3_);
     if (actOnLine())
       fetch();
   }
@@ -153,7 +156,7 @@ bool FcfScanner::readScalar() {
                                     {"_cell_length_c", 15},    {"_cell_angle_alpha", 18},
                                     {"_cell_angle_beta", 17},  {"_cell_angle_gamma", 18}};
   if (const char* p = std::strstr(line_, "_exptl_crystal_F_000")) {
-    std::sscanf(valueAfter(p, 20), "%lf%lf", &mem_.targetMoment[0], &mem_.targetMoment[1]);
+    ScanKeeping(valueAfter(p, 20), "%lf%lf", &mem_.targetMoment[0], &mem_.targetMoment[1]);
     f000Read_ = true;
     return true;
   }
@@ -174,7 +177,7 @@ bool FcfScanner::readLoop() {
     w2_[0] = '\0';
     if (!fetch())
       return true;
-    std::sscanf(line_, "%29s", w2_);
+    ScanKeeping(line_, "%29s", w2_);
   }
   if (std::strstr(line_, "_symmetry_equiv_pos") || std::strstr(line_, "_space_group_symop"))
     return readSymmetryLoop();
@@ -205,7 +208,7 @@ void FcfScanner::readOperators(bool withId) {
     char* text = line_;
     if (withId) {
       int id;
-      if (std::sscanf(line_, "%d", &id) != 1)
+      if (ScanFields(line_, "%d", &id) != 1)
         break;
       char* digit = std::strpbrk(line_, "0123456789");
       text = digit + std::strcspn(digit, " \t,");
@@ -250,7 +253,7 @@ void FcfScanner::readTags() {
     w2_[0] = '\0';
     if (!fetch())
       return;
-    std::sscanf(line_, "%29s", w2_);
+    ScanKeeping(line_, "%29s", w2_);
   }
 }
 
@@ -269,21 +272,21 @@ void FcfScanner::readRow() {
 // magnitude before its su, the su before Fc, and Fc before the phase.
 void FcfScanner::takeToken(int c, const char* token) {
   if (c == column_[kH])
-    std::sscanf(token, "%d", &h_);
+    ScanKeeping(token, "%d", &h_);
   if (c == column_[kK])
-    std::sscanf(token, "%d", &k_);
+    ScanKeeping(token, "%d", &k_);
   if (c == column_[kL])
-    std::sscanf(token, "%d", &l_);
+    ScanKeeping(token, "%d", &l_);
   if (mem_.param.estimateUnobserved)
     takeSquared(c, token);
   else
     takeMagnitude(c, token);
   if (c == column_[kA])
-    std::sscanf(token, "%lf", &A_);
+    ScanKeeping(token, "%lf", &A_);
   if (c == column_[kB])
-    std::sscanf(token, "%lf", &B_);
+    ScanKeeping(token, "%lf", &B_);
   if (c == column_[kPhase]) {
-    std::sscanf(token, "%lf", &B_);
+    ScanKeeping(token, "%lf", &B_);
     const double t = B_ * kDegree;
     A_ = Fc_ * std::cos(t);
     B_ = Fc_ * std::sin(t);
@@ -294,20 +297,20 @@ void FcfScanner::takeToken(int c, const char* token) {
 // 2 in the su of a magnitude from its square is kept as the established weight.
 void FcfScanner::takeMagnitude(int c, const char* token) {
   if (c == column_[kFo])
-    std::sscanf(token, "%lf", &Fo_);
+    ScanKeeping(token, "%lf", &Fo_);
   if (c == column_[kSigma])
-    std::sscanf(token, "%lf", &sigma_);
+    ScanKeeping(token, "%lf", &sigma_);
   if (c == column_[kFoSquared]) {
-    std::sscanf(token, "%lf", &Fo_);
+    ScanKeeping(token, "%lf", &Fo_);
     Fo_ = Fo_ > 0.0 ? std::sqrt(Fo_) : 0.0;
   }
   if (c == column_[kSigmaSquared]) {
-    std::sscanf(token, "%lf", &sigma_);
+    ScanKeeping(token, "%lf", &sigma_);
     if (Fo_ > 0.0)
       sigma_ /= Fo_ * kSqrt2;
   }
   if (c == column_[kFc]) {
-    std::sscanf(token, "%lf", &Fc_);
+    ScanKeeping(token, "%lf", &Fc_);
     if (Fo_ == 0.0)
       sigma_ /= Fc_ * kSqrt2;
   }
@@ -317,18 +320,18 @@ void FcfScanner::takeMagnitude(int c, const char* token) {
 // square stays as it was measured, and makes its row weak. No phase is needed.
 void FcfScanner::takeSquared(int c, const char* token) {
   if (c == column_[kFo]) {
-    std::sscanf(token, "%lf", &modulus_);
+    ScanKeeping(token, "%lf", &modulus_);
     modulus_ = std::fabs(modulus_);
     Fo_ = modulus_ * modulus_;
   }
   if (c == column_[kSigma]) {
-    std::sscanf(token, "%lf", &sigma_);
+    ScanKeeping(token, "%lf", &sigma_);
     sigma_ *= 2.0 * modulus_;
   }
   if (c == column_[kFoSquared])
-    std::sscanf(token, "%lf", &Fo_);
+    ScanKeeping(token, "%lf", &Fo_);
   if (c == column_[kSigmaSquared])
-    std::sscanf(token, "%lf", &sigma_);
+    ScanKeeping(token, "%lf", &sigma_);
 }
 
 // Observed reflections constrain the density with the measured magnitude in
@@ -394,13 +397,12 @@ bool FcfScanner::storeValues() {
 
 }  // namespace
 
-bool MEMData3D::ReadFCF(const std::string& path) {
-  nGroups = 0;
-  FILE* f = OpenDataFile(path);
+bool ReadFCF(MEMData3D& mem, const std::string& path) {
+  mem.nGroups = 0;
+  const IO::File f = OpenDataFile(path);
   if (!f)
     return false;
-  FcfScanner scanner(*this, f);
+  FcfScanner scanner(mem, f.get());
   scanner.scanAll();
-  std::fclose(f);
   return scanner.storeValues();
 }

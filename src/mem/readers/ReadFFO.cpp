@@ -1,8 +1,11 @@
 // Reader of .ffo reflection lists: observed |F| without a header, on the cell, symmetry and grid of an Alb control file.
+#include "mem/readers/ReadFFO.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <vector>
 
+#include "app/FieldScan.h"
 #include "app/IO.h"
 #include "app/TextLine.h"
 #include "mem/MEMData3D.h"
@@ -12,30 +15,30 @@
 // values and X, from which the weight 4 E X / F follows. Lines that begin
 // with '<' or '#' are comments, and a line with fewer numbers is passed over.
 // F is real here, so the imaginary parts are zero.
-bool MEMData3D::ReadFFO(const std::string& path) {
-  FILE* f = OpenDataFile(path);
+bool ReadFFO(MEMData3D& mem, const std::string& path) {
+  IO::File f = OpenDataFile(path);
   if (!f)
     return false;
   std::vector<double> values, weights;
   char line[120];
-  while (getLineSkipBlank(line, sizeof line, f, "<#")) {
+  while (getLineSkipBlank(line, sizeof line, f.get(), "<#")) {
     int h, k, l;
     double unused, F, X;
-    if (std::sscanf(line, "%d%d%d%lf%lf%lf%lf%lf%lf%lf", &h, &k, &l, &unused, &F, &unused,
+    if (ScanFields(line, "%d%d%d%lf%lf%lf%lf%lf%lf%lf", &h, &k, &l, &unused, &F, &unused,
                     &unused, &unused, &unused, &X) < 10)
       continue;
     const int indices[3] = {ReflectionIndex(h), ReflectionIndex(k), ReflectionIndex(l)};
     StructureFactor* sf = new StructureFactor(indices);
     sf->A = F;
-    reflections.add(sf);
+    mem.reflections.add(sf);
     values.push_back(F);
-    weights.push_back(1.0 / ((F * 0.25) / (param.coefE * X)));
+    weights.push_back(1.0 / ((F * 0.25) / (mem.param.coefE * X)));
   }
-  std::fclose(f);
+  f.reset();
 
   // The list has no cell of its own: the control file that named it has
   // given cell, symmetry and grid.
-  UnitCell& uc = unitCell;
+  UnitCell& uc = mem.unitCell;
   if (uc.symOp.size() == 0) {
     IO::PrintError("The reflection list has no cell or symmetry of its own; "
                    "read it through an .alb control file:\n%s\n",
@@ -44,15 +47,10 @@ bool MEMData3D::ReadFFO(const std::string& path) {
   }
   uc.orthoMatrix.SetC2Ortho(uc.cell);
   uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
-  voxelVolume = GridVoxelVolume(*this);
-  if (!SettleGrid(*this))
+  mem.voxelVolume = GridVoxelVolume(mem);
+  if (!SettleGrid(mem))
     return false;
-
-  nRefF = (int)values.size();
-  AllocateMemory();
-  std::copy(values.begin(), values.end(), FobsRe);
-  std::fill(FobsIm, FobsIm + nRefF, 0.0);
-  std::copy(weights.begin(), weights.end(), weightF);
-  std::fill(refWeight, refWeight + nRefF, 1.0);
+  const std::vector<double> imaginary(values.size(), 0.0);
+  StoreIndividualValues(mem, values, imaginary, weights);
   return true;
 }

@@ -1,29 +1,35 @@
 // Entry from a data file to the analysis state: the reader chosen by file type, then symmetry expansion.
 #include "app/IO.h"
 #include "mem/MEMData3D.h"
+#include "mem/readers/CreateHKL0.h"
+#include "mem/readers/ReadBayMEM.h"
+#include "mem/readers/ReadFCF.h"
+#include "mem/readers/ReadFFO.h"
+#include "mem/readers/ReadFOS.h"
+#include "mem/readers/ReadMEM.h"
 
 bool MEMData3D::ReadFobs() {
   bool read = false;
   switch (param.fileType) {
   case 3:
   case 4:
-    read = ReadMEM(param.dataFile);
+    read = ReadMEM(*this, param.dataFile);
     break;
   case 5:
-    read = ReadFOS(param.dataFile);
+    read = ReadFOS(*this, param.dataFile);
     break;
   case 6:
-    read = ReadFCF(param.dataFile);
+    read = ReadFCF(*this, param.dataFile);
     break;
   case 7:
-    read = ReadBayMEM(param.dataFile);
+    read = ReadBayMEM(*this, param.dataFile);
     break;
   case 8:
     param.estimateUnobserved = 1;
-    read = ReadMEM(param.dataFile);
+    read = ReadMEM(*this, param.dataFile);
     break;
   case 10:
-    read = ReadFFO(param.dataFile);
+    read = ReadFFO(*this, param.dataFile);
     break;
   default:
     // Condition files, Alb control files and plain .hkl files carry no data
@@ -56,7 +62,7 @@ bool MEMData3D::ReadFobs() {
     // memory holds is refused before the box is laid out.
     if (!GridFitsMemory())
       return false;
-    CreateHKL0();
+    CreateHKL0(*this);
   }
   return read;
 }

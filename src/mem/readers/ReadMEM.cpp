@@ -1,14 +1,15 @@
 // Reader of the positional MEM data set format (.mem and .mep files).
+#include "mem/readers/ReadMEM.h"
+
 #include "mem/MEMData3D.h"
 #include "mem/readers/PositionalReader.h"
 
-bool MEMData3D::ReadMEM(const std::string& path) {
-  nGroups = 0;
-  FILE* f = OpenDataFile(path);
+bool ReadMEM(MEMData3D& mem, const std::string& path) {
+  mem.nGroups = 0;
+  const IO::File f = OpenDataFile(path);
   if (!f)
     return false;
-  PositionalReader reader(*this, f, PositionalReader::Layout::Mem);
+  PositionalReader reader(mem, f.get(), PositionalReader::Layout::Mem);
   reader.readAll();
-  std::fclose(f);
   return reader.storeValues();
 }

@@ -1,4 +1,6 @@
 // Wilson statistic of the observed amplitudes, printed by the route that estimates unobserved reflections.
+#include "mem/readers/Wilson.h"
+
 #include <cblas.h>
 
 #include <algorithm>
@@ -26,9 +28,11 @@ constexpr int kMaxShells = 100000;
 // closed form below is the one the program has always printed (the number of
 // bins is absent and the roles of X and Y are exchanged against the textbook
 // regression); it steers nothing.
-void MEMData::Wilson(double& scale, double& Biso) {
-    Element::GetFormFactor(elements);
-    const int first = nRefUnobs;
+void Wilson(MEMData& mem, double& scale, double& Biso) {
+    Element::GetFormFactor(mem.elements);
+    const int first = mem.nRefUnobs;
+    const int nRefF = mem.nRefF;
+    const ObjVector<StructureFactor>& reflections = mem.reflections;
     double dmin = FLT_MAX, dmax = 0.0;
     for (int i = 0; i < nRefF; ++i) {
         const double di = reflections[first + i]->di;
@@ -43,7 +47,7 @@ void MEMData::Wilson(double& scale, double& Biso) {
     for (int i = 0; i < nRefF; ++i) {
         const double di = reflections[first + i]->di;
         const int bin = FloorWithin((di - dmin) / 0.1, 0, nBin - 1);
-        Y[bin] += std::fabs(FobsRe[i]);
+        Y[bin] += std::fabs(mem.FobsRe[i]);
         X[bin] += 0.25 * di * di;
         count[bin] += 1;
     }
