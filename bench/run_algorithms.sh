@@ -2,7 +2,7 @@
 # Whole analyses by ZSPA (algorithm 0), L-BFGS (1) and the dual Newton solver
 # (4), each with 1 and 2 threads, on every bundled example and on the generated
 # 192^3 P 2_1/c set, all in one run so that they share the machine's load.
-# Prints cycles (transform pairs), seconds of the analysis, the final CONSTR and
+# Prints cycles (transform pairs), L-BFGS's evaluations, seconds of the analysis, the final CONSTR and
 # the verdict of each report, and the sum of the seconds of every algorithm.
 # Usage: run_algorithms.sh BUILD [cycle limit] [ZSPA limit on p21c] [L-BFGS limit on p21c]
 # SETS, ALGS and THREADS (environment) choose the data sets, the algorithms and
@@ -19,6 +19,8 @@ prog=$(cd "$build" && pwd)/halvorin
 dir=$(mktemp -d /tmp/halvorin_algorithms_XXXXXX)
 cp "$src"/examples/*.mem "$src"/examples/*.prf "$dir"
 "$build/bench/cycle_bench" p21c write "$dir"
+# The 3,141-reflection P 1 21 1 set, when asked for: SETS="p21".
+case " ${SETS:-} " in *" p21 "*) /usr/bin/python3 "$src/bench/make_p21_set.py" "$dir" > /dev/null ;; esac
 sed 's/rutile/p21c/' "$dir/rutile.prf" > "$dir/p21c.prf"
 cd "$dir"
 
@@ -30,7 +32,7 @@ set_value() {
 }
 
 csv=results.csv
-echo "set,algorithm,threads,cycles,seconds,constr,verdict" > $csv
+echo "set,algorithm,threads,cycles,evaluations,seconds,constr,verdict" > $csv
 for set in ${SETS:-rutile zno rutile_n nacl p21c}; do
   for alg in ${ALGS:-4 0 1}; do
     cycles=$limit
@@ -47,14 +49,15 @@ for set in ${SETS:-rutile zno rutile_n nacl p21c}; do
       n=$(sed -n 's/^  Number of cycles = //p' $out)
       s=$(sed -n 's/^ *MEM analysis = *\([0-9.]*\) s$/\1/p' $out | tail -n 1)
       c=$(sed -n '/End of MEM analysis/,$ s/^  CONSTR = *\([^ ]*\).*/\1/p' $out)
+      e=$(sed -n 's/^L-BFGS: [0-9]* cycles, \([0-9]*\) evaluations.*/\1/p' $run.log)
       grep -q 'have been satisfied' $out && v=satisfied || v="not satisfied"
       grep -q '^Algorithm 4 handed over' $run.log && v="$v (handed to L-BFGS)"
-      echo "$set,$alg,$t,$n,$s,$c,$v" >> $csv
-      echo "$set,$alg,$t,$n,$s,$c,$v"
+      echo "$set,$alg,$t,$n,$e,$s,$c,$v" >> $csv
+      echo "$set,$alg,$t,$n,$e,$s,$c,$v"
     done
   done
 done
 echo
-awk -F, 'NR > 1 { sum[$2 "," $3] += $5; if ($1 == "p21c") big[$2 "," $3] = $5 }
+awk -F, 'NR > 1 { sum[$2 "," $3] += $6; if ($1 == "p21c") big[$2 "," $3] = $6 }
   END { for (k in sum) { split(k, a, ","); printf "algorithm %s, %s thread(s): all sets %.1f s, p21c %.1f s\n", a[1], a[2], sum[k], big[k] } }' $csv | sort
 echo "raw numbers: $dir/$csv"

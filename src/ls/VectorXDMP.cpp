@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "base/Assert.h"
+
 namespace {
 
 // The parts of the calling thread: t, t + T, t + 2 T, ...
@@ -23,6 +25,37 @@ void FinishNorm(double* result, double partial, bool inverse) {
 #pragma omp single
     *result = inverse ? 1.0 / std::sqrt(*result) : std::sqrt(*result);
     // The implied barrier at the end of single publishes the value.
+}
+
+// The per-part arithmetic, in plain loops rather than BLAS calls: a threaded
+// BLAS starts threads of its own for every long vector, inside a team that
+// already holds every core, and on two threads those waited on each other
+// (sched_yield) for more time than the evaluations took: 600 cycles of a
+// 134,400-voxel set took 51 s instead of about 3.
+void Copy(VectorXD& to, const VectorXD& from) {
+    HV_ASSERT(to.dim_ == from.dim_);
+    double* __restrict t = to.p_;
+    const double* __restrict f = from.p_;
+#pragma omp simd
+    for (int i = 0; i < to.dim_; ++i) t[i] = f[i];
+}
+
+void Axpy(VectorXD& to, const VectorXD& v, double a) {
+    HV_ASSERT(to.dim_ == v.dim_);
+    double* __restrict t = to.p_;
+    const double* __restrict f = v.p_;
+#pragma omp simd
+    for (int i = 0; i < to.dim_; ++i) t[i] += a * f[i];
+}
+
+double InnerProduct(const VectorXD& a, const VectorXD& b) {
+    HV_ASSERT(a.dim_ == b.dim_);
+    const double* __restrict x = a.p_;
+    const double* __restrict y = b.p_;
+    double s = 0.0;
+#pragma omp simd reduction(+ : s)
+    for (int i = 0; i < a.dim_; ++i) s += x[i] * y[i];
+    return s;
 }
 
 }  // namespace
@@ -51,7 +84,7 @@ int VectorXDMP::Length() const {
 }
 
 void VectorXDMP::Init(const VectorXDMP& V) {
-    ForOwnParts(parts.size(), [&](int p) { parts[p]->Init(*V.parts[p]); });
+    ForOwnParts(parts.size(), [&](int p) { Copy(*parts[p], *V.parts[p]); });
 }
 
 void VectorXDMP::nInit(const VectorXDMP& V) {
@@ -63,17 +96,21 @@ void VectorXDMP::Diff(const VectorXDMP& A, const VectorXDMP& B) {
 }
 
 void VectorXDMP::Add(const VectorXDMP& V, double a) {
-    ForOwnParts(parts.size(), [&](int p) { parts[p]->Add(*V.parts[p], a); });
+    ForOwnParts(parts.size(), [&](int p) { Axpy(*parts[p], *V.parts[p], a); });
 }
 
 VectorXDMP& VectorXDMP::operator*=(double a) {
-    ForOwnParts(parts.size(), [&](int p) { *parts[p] *= a; });
+    ForOwnParts(parts.size(), [&](int p) {
+        double* __restrict v = parts[p]->p_;
+#pragma omp simd
+        for (int i = 0; i < parts[p]->dim_; ++i) v[i] *= a;
+    });
     return *this;
 }
 
 void VectorXDMP::Dot(double* result, const VectorXDMP& V) const {
     ForOwnParts(parts.size(), [&](int p) {
-        const double d = parts[p]->Dot(*V.parts[p]);
+        const double d = InnerProduct(*parts[p], *V.parts[p]);
 #pragma omp atomic
         *result += d;
     });
@@ -81,12 +118,12 @@ void VectorXDMP::Dot(double* result, const VectorXDMP& V) const {
 
 void VectorXDMP::Norm2(double* result) const {
     double s = 0.0;
-    ForOwnParts(parts.size(), [&](int p) { s += parts[p]->Dot(*parts[p]); });
+    ForOwnParts(parts.size(), [&](int p) { s += InnerProduct(*parts[p], *parts[p]); });
     FinishNorm(result, s, false);
 }
 
 void VectorXDMP::Norm2inv(double* result) const {
     double s = 0.0;
-    ForOwnParts(parts.size(), [&](int p) { s += parts[p]->Dot(*parts[p]); });
+    ForOwnParts(parts.size(), [&](int p) { s += InnerProduct(*parts[p], *parts[p]); });
     FinishNorm(result, s, true);
 }

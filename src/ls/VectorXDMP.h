@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include <omp.h>
+
 #include "base/Vector.h"
 #include "base/VectorD.h"
 
@@ -47,3 +49,14 @@ public:
     void Norm2(double* result) const;
     void Norm2inv(double* result) const;
 };
+
+// The one team in which the minimiser's vector operations run: body() is
+// called on every thread, and the operations above split their parts by the
+// thread number. Several operations, with barriers between them where a
+// scalar sum is read, share one entry into the team, which is what keeps the
+// synchronisation per iteration low on a busy machine.
+template <class Body>
+void InTeam(Body body) {
+#pragma omp parallel
+    body();
+}

@@ -11,10 +11,11 @@
 #include "base/MatrixD.h"
 #include "base/SolverData.h"
 
-// Every vector operation below runs in a parallel region in which each thread
-// touches only its own parts (see VectorXDMP); the scalars are atomic sums,
-// read only after a barrier. The callbacks run on the calling thread, outside
-// any region, and open their own.
+// Every vector operation below runs in the team of InTeam, in which each
+// thread touches only its own parts (see VectorXDMP); the scalars are atomic
+// sums, read only after a barrier. The work between two evaluations shares
+// as few entries into the team as its scalars allow. The callbacks run on
+// the calling thread, outside the team, and open their own.
 
 namespace {
 
@@ -25,18 +26,16 @@ const lbfgs_parameter_t kDefaultParam = {
 
 double Dot(const VectorXDMP& a, const VectorXDMP& b) {
     double r = 0.0;
-#pragma omp parallel
-    a.Dot(&r, b);
+    InTeam([&] { a.Dot(&r, b); });
     return r;
 }
 
 // x = xp + stp s, part by part.
 void StepFrom(VectorXDMP& x, const VectorXDMP& xp, const VectorXDMP& s, double stp) {
-#pragma omp parallel
-    {
+    InTeam([&] {
         x.Init(xp);
         x.Add(s, stp);
-    }
+    });
 }
 
 double Evaluate(tag_callback_data* cd, VectorXDMP& x, VectorXDMP& g, double stp) {
@@ -106,52 +105,63 @@ double AddL1Term(double fx, const VectorXDMP& x, const VectorXDMP& g, VectorXDMP
                  const lbfgs_parameter_t& p) {
     if (p.orthantwise_c == 0.0) return fx;
     double norm = 0.0;
-#pragma omp parallel
-    {
+    InTeam([&] {
         owlqn_x1norm(&norm, x, p.orthantwise_start, p.orthantwise_end);
         owlqn_pseudo_gradient(pg, x, g, n, p.orthantwise_c, p.orthantwise_start, p.orthantwise_end);
-    }
+    });
     return fx + norm * p.orthantwise_c;
 }
 
-// d = the two-loop product of the inverse Hessian estimate with -g (or -pg).
-void TwoLoop(VectorXDMP& d, const VectorXDMP& steepest, tag_iteration_data* lm, int m, int bound,
-             int end, double ys, double yy) {
-#pragma omp parallel
-    d.nInit(steepest);
-    int j = end;
-    for (int i = 0; i < bound; ++i) {
-        j = (j + m - 1) % m;
-        tag_iteration_data& it = lm[j];
-        it.alpha = 0.0;
-#pragma omp parallel
-        {
-            it.s.Dot(&it.alpha, d);
+// One iteration's update, in one entry into the team: the new correction pair
+// lm[newest] from the step xp -> x, the next direction d = -H g (or -H pg) by
+// the two-loop recursion over the `bound` newest pairs with H0 = (ys / yy) I,
+// and xp, gp set to x, g for the next line search. The barriers stand where a
+// scalar summed over all threads is read. Returns ys / yy, or 0 when the pair
+// has no curvature.
+double NextDirection(lbfgs_workspace& ws, const VectorXDMP& x, const VectorXDMP& g,
+                     const VectorXDMP& steepest, int newest, int bound) {
+    const int m = ws.m;
+    tag_iteration_data* lm = ws.lm.get();
+    tag_iteration_data& it = lm[newest];
+    double ys = 0.0, yy = 0.0;
+    for (int i = 0; i < m; ++i) lm[i].alpha = ws.beta[i] = 0.0;
+    InTeam([&] {
+        it.s.Diff(x, ws.xp);
+        it.y.Diff(g, ws.gp);
+        it.y.Dot(&ys, it.s);
+        it.y.Dot(&yy, it.y);
+        ws.d.nInit(steepest);
 #pragma omp barrier
-            d.Add(it.y, -it.alpha / it.ys);
-        }
-        it.alpha /= it.ys;
-    }
-    d *= ys / yy;
-    for (int i = 0; i < bound; ++i) {
-        tag_iteration_data& it = lm[j];
-        double beta = 0.0;
-#pragma omp parallel
-        {
-            it.y.Dot(&beta, d);
+#pragma omp single
+        it.ys = ys;
+        // The single's closing barrier publishes ys.
+        int j = newest + 1;
+        for (int i = 0; i < bound; ++i) {
+            j = (j + m - 1) % m;
+            lm[j].s.Dot(&lm[j].alpha, ws.d);
 #pragma omp barrier
-            d.Add(it.s, it.alpha - beta / it.ys);
+            ws.d.Add(lm[j].y, -lm[j].alpha / lm[j].ys);
         }
-        j = (j + 1) % m;
-    }
+        ws.d *= ys / yy;
+        for (int i = 0; i < bound; ++i) {
+            lm[j].y.Dot(&ws.beta[j], ws.d);
+#pragma omp barrier
+            ws.d.Add(lm[j].s, lm[j].alpha / lm[j].ys - ws.beta[j] / lm[j].ys);
+            j = (j + 1) % m;
+        }
+        ws.xp.Init(x);
+        ws.gp.Init(g);
+    });
+    return ys > 0.0 && yy > 0.0 ? ys / yy : 0.0;
 }
 
 // Keeps the direction in the orthant of the steepest descent.
 void ConstrainToOrthant(VectorXDMP& d, const VectorXDMP& pg, int start, int end) {
-#pragma omp parallel
-    ForOwnRange(d, start, end, [&](int p, int v) {
-        double& dv = (*d.parts[p])[v];
-        if (dv * (*pg.parts[p])[v] >= 0.0) dv = 0.0;
+    InTeam([&] {
+        ForOwnRange(d, start, end, [&](int p, int v) {
+            double& dv = (*d.parts[p])[v];
+            if (dv * (*pg.parts[p])[v] >= 0.0) dv = 0.0;
+        });
     });
 }
 
@@ -166,6 +176,7 @@ void Fit(lbfgs_workspace& ws, const VectorXDMP& x, int m, bool owlqn) {
     if (owlqn) Fit(ws.pg, x);
     if (ws.m != m) {
         ws.lm.reset(new tag_iteration_data[m]);
+        ws.beta.assign(m, 0.0);
         ws.m = m;
     }
     for (int i = 0; i < m; ++i) {
@@ -195,7 +206,6 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
     lbfgs_workspace& ws = work ? *work : own;
     Fit(ws, x, m, owlqn);
     VectorXDMP &xp = ws.xp, &g = ws.g, &gp = ws.gp, &d = ws.d, &w = ws.w, &pg = ws.pg;
-    tag_iteration_data* lm = ws.lm.get();
     std::vector<double> pf(param.past, 0.0);
     const VectorXDMP& steepest = owlqn ? pg : g;   // the gradient the tests and directions use
 
@@ -204,12 +214,13 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
     if (!pf.empty()) pf[0] = fx;
 
     double xnorm = 0.0, gnorm = 0.0;
-#pragma omp parallel
-    {
+    InTeam([&] {
         d.nInit(steepest);
         x.Norm2(&xnorm);
         steepest.Norm2(&gnorm);
-    }
+        xp.Init(x);
+        gp.Init(g);
+    });
     double step = 1.0 / gnorm;
     if (ws.scale > 0.0) {
         d *= ws.scale;
@@ -218,33 +229,28 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
 
     int ret = 0;
     for (int k = 1, end = 0;; ++k) {
-#pragma omp parallel
-        {
-            xp.Init(x);
-            gp.Init(g);
-        }
+        // xp and gp hold x and g here.
         const int ls = linesearch(n, x, &fx, g, d, &step, xp, owlqn ? pg : gp, w, &cd, &param);
         if (owlqn) {
-#pragma omp parallel
-            owlqn_pseudo_gradient(pg, x, g, n, param.orthantwise_c, param.orthantwise_start,
-                                  param.orthantwise_end);
+            InTeam([&] {
+                owlqn_pseudo_gradient(pg, x, g, n, param.orthantwise_c, param.orthantwise_start,
+                                      param.orthantwise_end);
+            });
         }
         if (ls < 0) {
-#pragma omp parallel
-            {
+            InTeam([&] {
                 x.Init(xp);
                 g.Init(gp);
-            }
+            });
             ret = ls;
             break;
         }
 
         xnorm = gnorm = 0.0;
-#pragma omp parallel
-        {
+        InTeam([&] {
             x.Norm2(&xnorm);
             steepest.Norm2(&gnorm);
-        }
+        });
         if (proc_progress) {
             ret = proc_progress(instance, x, g, fx, xnorm, gnorm, step, n, k, ls);
             if (ret) break;
@@ -266,21 +272,9 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
             break;
         }
 
-        tag_iteration_data& it = lm[end];
-        double ys = 0.0, yy = 0.0;
-#pragma omp parallel
-        {
-            it.s.Diff(x, xp);
-            it.y.Diff(g, gp);
-            it.y.Dot(&ys, it.s);
-            it.y.Dot(&yy, it.y);
-        }
-        it.ys = ys;
-        if (ys > 0.0 && yy > 0.0) ws.scale = ys / yy;
-
-        const int bound = std::min(m, k);
+        const double gamma = NextDirection(ws, x, g, steepest, end, std::min(m, k));
+        if (gamma > 0.0) ws.scale = gamma;
         end = (end + 1) % m;
-        TwoLoop(d, steepest, lm, m, bound, end, ys, yy);
         if (owlqn) ConstrainToOrthant(d, pg, param.orthantwise_start, param.orthantwise_end);
 
         step = 1.0;
@@ -331,24 +325,26 @@ int line_search_backtracking_owlqn(int n, VectorXDMP& x, double* f, VectorXDMP& 
     const int start = param->orthantwise_start;
     const int end = OwlqnEnd(param, n);
     // The orthant of the new point: that of xp, or of the steepest descent where xp is 0.
-#pragma omp parallel
-    ForOwnRange(w, 0, w.Length(), [&](int p, int v) {
-        const double xv = (*xp.parts[p])[v];
-        (*w.parts[p])[v] = xv == 0.0 ? -(*gp.parts[p])[v] : xv;
+    InTeam([&] {
+        ForOwnRange(w, 0, w.Length(), [&](int p, int v) {
+            const double xv = (*xp.parts[p])[v];
+            (*w.parts[p])[v] = xv == 0.0 ? -(*gp.parts[p])[v] : xv;
+        });
     });
 
     const double finit = *f;
     for (int count = 1;; ++count) {
         double norm = 0.0, dgtest = 0.0;
-        StepFrom(x, xp, s, *stp);
-#pragma omp parallel
-        ForOwnRange(x, start, end, [&](int p, int v) {
-            double& xv = (*x.parts[p])[v];
-            if (xv * (*w.parts[p])[v] <= 0.0) xv = 0.0;
+        InTeam([&] {
+            x.Init(xp);
+            x.Add(s, *stp);
+            ForOwnRange(x, start, end, [&](int p, int v) {   // the projection
+                double& xv = (*x.parts[p])[v];
+                if (xv * (*w.parts[p])[v] <= 0.0) xv = 0.0;
+            });
         });
         *f = Evaluate(cd, x, g, *stp);
-#pragma omp parallel
-        {
+        InTeam([&] {
             owlqn_x1norm(&norm, x, start, end);
             double local = 0.0;
             ForOwnRange(x, 0, x.Length(), [&](int p, int v) {
@@ -356,7 +352,7 @@ int line_search_backtracking_owlqn(int n, VectorXDMP& x, double* f, VectorXDMP& 
             });
 #pragma omp atomic
             dgtest += local;
-        }
+        });
         *f += norm * param->orthantwise_c;
         if (*f <= finit + param->ftol * dgtest) return count;
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "ls/VectorXDMP.h"
 
@@ -83,6 +84,7 @@ struct lbfgs_workspace {
     VectorXDMP g, d;             // gradient, search direction
     VectorXDMP xp, gp, w, pg;    // previous point and gradient, search scratch, pseudo-gradient
     std::unique_ptr<tag_iteration_data[]> lm;
+    std::vector<double> beta;    // the two-loop's second scalars, one per pair
     int m = 0;                   // pairs in lm
     // ys / yy of the last pair of an earlier run, 0 while there is none. A run
     // that finds it scales its first direction by it and tries the step 1, as

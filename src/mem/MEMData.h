@@ -11,10 +11,10 @@
 #include "base/Vector.h"
 #include "base/VectorD.h"
 #include "ls/VectorXDMP.h"
-#include "ls/lbfgs.h"
 #include "mem/CellTransform.h"
 #include "mem/ForEachBlock.h"
 #include "mem/MEMParam.h"
+#include "mem/optimisers/LBFGS.h"
 
 // Held by counted reference only, so their definitions are not needed here.
 class Element;
@@ -153,7 +153,7 @@ public:
 
   // Vectors and Fourier arrays
   VectorXDMP solution;                  // unknowns of L-BFGS, sharing the blocks
-  lbfgs_workspace minimiser;            // L-BFGS's vectors, g and d sharing the blocks
+  LBFGSState lbfgsState;               // L-BFGS's vectors and counters
   VectorXD multipliers;                 // 1 / lambda, mu1, mu2
   double* realGrid = nullptr;           // nVoxelCell, fftw_malloc
   std::vector<int> cellOwner;           // FFT path: the voxel of every cell point
@@ -181,8 +181,6 @@ public:
   double CONF0 = 0.0;
   double CONG0 = 0.0;
   int cycle = 0;
-  int evaluations = 0;                  // L-BFGS: evaluations of the objective
-  double recentObjective[10] = {};      // L-BFGS: Q of the last cycles of a run, by k mod 10
   bool stalled = false;                 // Cambridge ended without meeting its own stop test
   double sumFobs = 0.0;
   double sumWFobs2 = 0.0;

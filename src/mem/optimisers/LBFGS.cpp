@@ -1,11 +1,11 @@
 // The full maximum-entropy problem by the limited-memory minimiser: the Lagrangian, its
 // gradient, the progress rules and the outer updates of the multipliers.
-#include <omp.h>
 
 #include <cfloat>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <algorithm>
 
 #include "app/IO.h"
 #include "ls/LineSearch.h"
@@ -13,6 +13,7 @@
 #include "mem/Constraints.h"
 #include "mem/MEMData.h"
 #include "mem/ThreadData.h"
+#include "mem/optimisers/LBFGS.h"
 
 namespace {
 
@@ -39,48 +40,43 @@ int MinusPart(const MEMData& d, int t) { return (HasPlus(d) ? d.threads.size() :
 // without copying: the parts of `solution` are those very vectors. The
 // gradient and the direction are the blocks' dQdRho and step vectors.
 void ShareUnknowns(MEMData& d) {
-    VectorXDMP* shared[] = {&d.solution, &d.minimiser.g, &d.minimiser.d};
+    lbfgs_workspace& ws = d.lbfgsState.work;
+    VectorXDMP* shared[] = {&d.solution, &ws.g, &ws.d};
     for (VectorXDMP* v : shared) {
         v->parts.clear();
         v->offsets.clear();
     }
     // Each block's own thread touches its new vectors first.
-#pragma omp parallel num_threads(d.nThreads)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads())
-        d.threads[t]->ReserveMinimiserVectors();
+    ForEachBlock(d.threads, d.nThreads, [](int, ThreadData& b) { b.ReserveMinimiserVectors(); });
     for (int side = 0; side < 2; ++side) {
         if (side == 0 ? !HasPlus(d) : !HasMinus(d)) continue;
         for (ThreadData* block : d.threads) {
             d.solution.AddPart(side == 0 ? &block->rho1Old : &block->rho2Old);
-            d.minimiser.g.AddPart(side == 0 ? &block->dQdRho1 : &block->dQdRho2);
-            d.minimiser.d.AddPart(side == 0 ? &block->step1 : &block->step2);
+            ws.g.AddPart(side == 0 ? &block->dQdRho1 : &block->dQdRho2);
+            ws.d.AddPart(side == 0 ? &block->step1 : &block->step2);
         }
     }
-#pragma omp parallel num_threads(d.nThreads)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
-        ThreadData& b = *d.threads[t];
+    d.lbfgsState.sums.Resize(d.threads.size(), 4);
+    ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& b) {
         for (VectorXD* x : {&b.rho1Old, &b.rho2Old}) {
             if (x == &b.rho1Old ? !HasPlus(d) : !HasMinus(d)) continue;
             for (int v = 0; v < b.nVoxel; ++v)
                 (*x)[v] = std::sqrt(std::fabs(b.multiplicity[v] * (*x)[v]));
         }
-    }
+    });
 }
 
 // A restarted run: the multiplier that makes an exponential density of the
 // present derivative match the file's logarithmic mean.
 void StartFromFile(MEMData& d) {
     d.lambda = 1.0;
-    double a = 0.0, b = 0.0;
-#pragma omp parallel num_threads(d.nThreads) reduction(+ : a, b)
-    for (int t = omp_get_thread_num(); t < d.threads.size(); t += omp_get_num_threads()) {
-        double pa = 0.0, pb = 0.0;
-        d.threads[t]->Calc_mu1(pa, pb);
-        a += pa;
-        b += pb;
-    }
-    d.mu1Mean = a / d.nVoxelCell;
-    d.mu2Mean = b / d.nVoxelCell;
+    double ab[2];
+    SumOverBlocks(d.threads, d.nThreads, d.lbfgsState.sums, 2, ab, [](int, ThreadData& b, double* s) {
+        s[0] = s[1] = 0.0;
+        b.Calc_mu1(s[0], s[1]);
+    });
+    d.mu1Mean = ab[0] / d.nVoxelCell;
+    d.mu2Mean = ab[1] / d.nVoxelCell;
     d.multipliers[1] = -d.mu1Mean;
     d.multipliers[2] = -d.mu2Mean;
     double lambda1 = d.lambda;
@@ -132,7 +128,7 @@ bool Converged(const MEMData& d) {
 // Without this the run waits for the gradient test, which the ratio |g| / |x|
 // can take hundreds of cycles to pass while C drifts in and out of its limit.
 bool Settled(MEMData& d, double Q, int k) {
-    double& before = d.recentObjective[k % kStallCycles];
+    double& before = d.lbfgsState.recentObjective[k % kStallCycles];
     const double electrons = std::fabs(d.calcMoment[0]) + std::fabs(d.calcMoment[1]);
     const bool settled = k > kStallCycles && Converged(d) &&
                          std::fabs(Q - before) <= kStallPerElectron * electrons;
@@ -150,18 +146,18 @@ void Checkpoint(MEMData& d) {
 }  // namespace
 
 void MEMData::Calc_dSdR(VectorXDMP& g) {
-    double Sp = 0.0, Sm = 0.0, Qp = 0.0, Qm = 0.0;
-#pragma omp parallel num_threads(nThreads) reduction(+ : Sp, Sm, Qp, Qm)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
-        ThreadData& b = *threads[t];
-        b.BFGS_calc_pRho(HasPlus(*this) ? g.parts[t] : nullptr, Sp, Qp);
-        b.BFGS_calc_mRho(HasMinus(*this) ? g.parts[MinusPart(*this, t)] : nullptr, Sm, Qm);
+    // Sums: S+, Q+, S-, Q-.
+    double s[4];
+    SumOverBlocks(threads, nThreads, lbfgsState.sums, 4, s, [&](int t, ThreadData& b, double* r) {
+        std::fill(r, r + 4, 0.0);
+        b.BFGS_calc_pRho(HasPlus(*this) ? g.parts[t] : nullptr, r[0], r[1]);
+        b.BFGS_calc_mRho(HasMinus(*this) ? g.parts[MinusPart(*this, t)] : nullptr, r[2], r[3]);
         if (useFFT && b.StoresMinus()) b.Add_Rho12();  // else formed with the positive side
-    }
-    entropyPlus = Sp;
-    entropyMinus = Sm;
-    calcMoment[0] = Qp;
-    calcMoment[1] = Qm;
+    });
+    entropyPlus = s[0];
+    entropyMinus = s[2];
+    calcMoment[0] = s[1];
+    calcMoment[1] = s[3];
     totalsCurrent = true;
     CalcFcalc(0);
 }
@@ -171,19 +167,17 @@ void MEMData::Calc_dCdR(VectorXDMP& g) {
     const double lam = 1.0 / multipliers[0];
     const double c0Plus = -2.0 * meanWeight * (targetMoment[0] - calcMoment[0]);
     const double c0Minus = -2.0 * meanWeight * (targetMoment[1] - calcMoment[1]);
-#pragma omp parallel num_threads(nThreads)
-    for (int t = omp_get_thread_num(); t < threads.size(); t += omp_get_num_threads()) {
-        ThreadData& b = *threads[t];
+    ForEachBlock(threads, nThreads, [&](int t, ThreadData& b) {
         if (HasPlus(*this)) b.BFGS_Calc_dCdR(0, *g.parts[t], lam, multipliers[1], c0Plus);
         if (HasMinus(*this))
             b.BFGS_Calc_dCdR(1, *g.parts[MinusPart(*this, t)], lam, multipliers[2], c0Minus);
-    }
+    });
 }
 
 // Q = S+ + S- + lambda (constrF0 - 1 + wConstr) + mu1 (F+ - Q+) - mu2 (F- - Q-);
 // the order-2 term of wConstr stands for C. x is not read: its parts are the blocks'.
 double MEMData::evaluate(const VectorXDMP&, VectorXDMP& g, int, double) {
-    ++evaluations;
+    ++lbfgsState.evaluations;
     Calc_dSdR(g);
     Calc_Constraint(cycle);
     Calc_dCdR(g);
@@ -252,12 +246,13 @@ void MEMData::L_BFGS() {
     p.m = 6;
     p.linesearch = LBFGS_LINESEARCH_BACKTRACKING_ARMIJO;
 
-    minimiser.scale = 0.0;
-    evaluations = 0;
+    lbfgs_workspace& ws = lbfgsState.work;
+    ws.scale = 0.0;
+    lbfgsState.evaluations = 0;
     int idleRuns = 0;
     for (;;) {
         const int before = cycle;
-        const int status = lbfgs(NASYM, solution, &objective, _evaluate, _progress, this, &p, &minimiser);
+        const int status = lbfgs(NASYM, solution, &objective, _evaluate, _progress, this, &p, &ws);
         idleRuns = cycle == before ? idleRuns + 1 : 0;
         if (Converged(*this)) break;
         if (param.printEveryCycle)
@@ -268,5 +263,5 @@ void MEMData::L_BFGS() {
     }
     lambda = 1.0 / multipliers[0];
     CalcFcalc(1);
-    IO::Printf("L-BFGS: %d cycles, %d evaluations of the objective\n", cycle, evaluations);
+    IO::Printf("L-BFGS: %d cycles, %d evaluations of the objective\n", cycle, lbfgsState.evaluations);
 }
