@@ -26,13 +26,13 @@
 #include <string>
 #include <vector>
 
-#include "app/IO.h"
-#include "core/SpaceGroup.h"
-#include "mem/MEMData3D.h"
-#include "mem/Prepare.h"
-#include "mem/ThreadData.h"
-#include "mem/VectorMath.h"
-#include "mem/optimisers/ZSPA.h"
+#include "util/IO.h"
+#include "crystal/SpaceGroup.h"
+#include "engine/MEMData3D.h"
+#include "engine/Prepare.h"
+#include "engine/blocks/ThreadData.h"
+#include "engine/blocks/VectorMath.h"
+#include "engine/optimisers/ZSPA.h"
 
 namespace {
 

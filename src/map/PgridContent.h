@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "mem/outputs/GridFile.h"
+#include "gridfile/PgridFormat.h"
 
 // The file as it stands: its header, the operators in voxel units and the
 // asymmetric-unit voxels with their values.

@@ -8,10 +8,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "app/FileType.h"
-#include "app/IO.h"
-#include "mem/ThreadData.h"
-#include "mem/outputs/GridFile.h"
+#include "util/FileType.h"
+#include "util/IO.h"
+#include "engine/blocks/ThreadData.h"
+#include "gridfile/PgridFormat.h"
 #include "prior/PriorError.h"
 
 namespace {

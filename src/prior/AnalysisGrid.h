@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "mem/MEMData3D.h"
+#include "engine/MEMData3D.h"
 #include "prior/ProcrystalDensity.h"
 
 // Reads the data set (.prf, .mem, .fcf and the other formats of the program)

@@ -6,7 +6,7 @@
 
 #include <gemmi/neutron92.hpp>
 
-#include "mem/GridSymmetry.h"
+#include "engine/blocks/GridSymmetry.h"
 #include "prior/ModelSetting.h"
 #include "prior/OriginChoice.h"
 #include "prior/PriorError.h"

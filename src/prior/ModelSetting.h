@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "base/MatrixD.h"
-#include "base/Vector.h"
+#include "numeric/MatrixD.h"
+#include "numeric/Vector.h"
 #include "prior/AtomModel.h"
 
 // The data's operators (4 x 4 matrices, translation in column 3) as gemmi

@@ -10,8 +10,8 @@
 #include <gemmi/model.hpp>
 #include <gemmi/neutron92.hpp>
 
-#include "mem/ForEachBlock.h"
-#include "mem/GridSymmetry.h"
+#include "engine/blocks/ForEachBlock.h"
+#include "engine/blocks/GridSymmetry.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdarg>
 #include <string>
 
-#include "app/IO.h"
+#include "util/IO.h"
 
 class CapturedOutput {
 public:

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "common/CapturedOutput.h"
-#include "core/SpaceGroup.h"
+#include "crystal/SpaceGroup.h"
 
 struct LoadResult {
   bool ok = false;

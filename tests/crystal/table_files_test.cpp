@@ -7,9 +7,9 @@
 
 #include "common/TempDir.h"
 #include "common/CapturedOutput.h"
-#include "core/SpaceGroup.h"
-#include "core/SpaceGroupFiles.h"
-#include "core/UnitCell.h"
+#include "crystal/SpaceGroup.h"
+#include "crystal/SpaceGroupFiles.h"
+#include "crystal/UnitCell.h"
 
 namespace {
 

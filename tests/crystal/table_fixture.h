@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "app/IO.h"
-#include "base/VectorD.h"
+#include "util/IO.h"
+#include "numeric/VectorD.h"
 #include "common/SpaceGroupTable.h"
-#include "core/UnitCell.h"
+#include "crystal/UnitCell.h"
 
 struct SettingSummary {
   int number = 0, setting = 0;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/OperatorList.h"
+#include "crystal/OperatorList.h"
 #include "table_fixture.h"
 
 namespace {

@@ -1,13 +1,13 @@
 // Small analyses built in memory for the engine tests.
 #include "analysis_fixture.h"
-#include "mem/Prepare.h"
+#include "engine/Prepare.h"
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <stdexcept>
 
-#include "core/Matrix4D.h"
+#include "numeric/Matrix4D.h"
 
 namespace {
 

@@ -12,13 +12,13 @@
 #include <string>
 #include <vector>
 
-#include "app/Timer.h"
+#include "util/Timer.h"
 #include "common/CapturedOutput.h"
 #include "common/SpaceGroupTable.h"
 #include "common/TempDir.h"
-#include "mem/MEMData3D.h"
-#include "mem/Prepare.h"
-#include "mem/ThreadData.h"
+#include "engine/MEMData3D.h"
+#include "engine/Prepare.h"
+#include "engine/blocks/ThreadData.h"
 
 // A setting of the program's space-group table, named by its symbol.
 struct TestGroup {

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "base/StructureFactor.h"
-#include "core/Matrix4D.h"
-#include "core/UnitCell.h"
+#include "crystal/StructureFactor.h"
+#include "numeric/Matrix4D.h"
+#include "crystal/UnitCell.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include <tuple>
 #include <vector>
 
-#include "base/StructureFactor.h"
-#include "core/Matrix4D.h"
-#include "core/UnitCell.h"
+#include "crystal/StructureFactor.h"
+#include "numeric/Matrix4D.h"
+#include "crystal/UnitCell.h"
 #include "analysis_fixture.h"
 
 namespace {

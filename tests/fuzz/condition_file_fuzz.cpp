@@ -1,6 +1,6 @@
 // Fuzz target: condition files (.prf) as a user may have edited them.
 #include "fuzz_support.h"
-#include "mem/MEMParam.h"
+#include "settings/MEMParam.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     PrepareFuzzing();

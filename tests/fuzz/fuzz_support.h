@@ -11,13 +11,13 @@
 #include <cstdlib>
 #include <string>
 
-#include "app/IO.h"
-#include "app/Timer.h"
-#include "core/SpaceGroup.h"
-#include "mem/MEMData3D.h"
-#include "mem/Prepare.h"
-#include "mem/optimisers/MaxEnt.h"
-#include "mem/readers/ReadAlb.h"
+#include "util/IO.h"
+#include "util/Timer.h"
+#include "crystal/SpaceGroup.h"
+#include "engine/MEMData3D.h"
+#include "engine/Prepare.h"
+#include "engine/optimisers/MaxEnt.h"
+#include "engine/readers/ReadAlb.h"
 
 // Readers take paths, so every input goes through a file of this process.
 inline std::string WriteInput(const uint8_t* data, size_t size, const char* extension) {

@@ -1,7 +1,7 @@
 // Fuzz target: the parser of operator text such as "-x+1/2, y, z+1/4".
 #include <vector>
 
-#include "core/Matrix4D.h"
+#include "numeric/Matrix4D.h"
 #include "fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

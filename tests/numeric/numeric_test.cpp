@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "base/MatrixD.h"
-#include "base/Vector.h"
-#include "base/VectorD.h"
-#include "core/Matrix4D.h"
+#include "numeric/MatrixD.h"
+#include "numeric/Vector.h"
+#include "numeric/VectorD.h"
+#include "numeric/Matrix4D.h"
 
 namespace {
 

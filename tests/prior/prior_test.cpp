@@ -8,7 +8,7 @@
 #include "common/SpaceGroupTable.h"
 #include "common/TempDir.h"
 #include "map/CellDensity.h"
-#include "mem/GridSymmetry.h"
+#include "engine/blocks/GridSymmetry.h"
 #include "prior/AnalysisGrid.h"
 #include "prior/MakePrior.h"
 #include "prior/ModelSetting.h"

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "common/TempDir.h"
-#include "app/IO.h"
-#include "mem/MEMParam.h"
+#include "util/IO.h"
+#include "settings/MEMParam.h"
 #include "settings_text.h"
 
 namespace {

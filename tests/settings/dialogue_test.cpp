@@ -5,7 +5,7 @@
 #include <string>
 
 #include "common/TempDir.h"
-#include "mem/MEMParam.h"
+#include "settings/MEMParam.h"
 #include "settings_text.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-#include "mem/MEMParam.h"
+#include "settings/MEMParam.h"
 
 inline std::string SettingsText(const MEMParam& p) {
     std::ostringstream s;

@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "app/ElapsedTimes.h"
-#include "app/FieldScan.h"
-#include "app/FileType.h"
-#include "app/IO.h"
-#include "app/MergeSort.h"
-#include "app/StrToken.h"
-#include "app/TextLine.h"
+#include "util/ElapsedTimes.h"
+#include "util/FieldScan.h"
+#include "util/FileType.h"
+#include "util/IO.h"
+#include "util/MergeSort.h"
+#include "util/StrToken.h"
+#include "util/TextLine.h"
 #include "common/CapturedOutput.h"
 #include "common/TempDir.h"
 
