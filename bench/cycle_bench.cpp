@@ -38,11 +38,11 @@ namespace {
 
 struct DataSet {
     const char* name;
-    int number;         // space-group number, setting 1
+    int number;  // space-group number, setting 1
     double cell[6];
     int grid;
-    double dMin;        // angstrom
-    int atoms;          // in the asymmetric unit
+    double dMin;  // angstrom
+    int atoms;    // in the asymmetric unit
 };
 
 const DataSet kSets[] = {
@@ -106,7 +106,8 @@ std::string WriteDataSet(const DataSet& s, const std::string& dir) {
     std::vector<std::array<double, 4>> atoms;  // z, x, y, z
     double f000 = 0.0;
     for (int i = 0; i < s.atoms; ++i) {
-        const double z = 2.0 + std::floor(unit(random) * 20.0), x[3] = {unit(random), unit(random), unit(random)};
+        const double z = 2.0 + std::floor(unit(random) * 20.0),
+                     x[3] = {unit(random), unit(random), unit(random)};
         for (const Op& op : ops) {
             std::array<double, 4> a{z, 0, 0, 0};
             for (int r = 0; r < 3; ++r)
@@ -140,8 +141,8 @@ std::string WriteDataSet(const DataSet& s, const std::string& dir) {
     FILE* f = std::fopen(path.c_str(), "w");
     if (!f) return "";
     std::fprintf(f, "Benchmark %s\n%g %g %g %g %g %g\n-\n%d 1 %d %d %d\n%g 0.001\n%zu\n", s.name, s.cell[0],
-                 s.cell[1], s.cell[2], s.cell[3], s.cell[4], s.cell[5], s.number, s.grid, s.grid, s.grid, f000,
-                 hkl.size());
+                 s.cell[1], s.cell[2], s.cell[3], s.cell[4], s.cell[5], s.number, s.grid, s.grid, s.grid,
+                 f000, hkl.size());
     for (std::size_t i = 0; i < hkl.size(); ++i)
         std::fprintf(f, "%d %d %d %.6f %.6f %.6f\n", hkl[i][0], hkl[i][1], hkl[i][2], re[i], im[i],
                      0.02 * std::hypot(re[i], im[i]) + 0.05);
@@ -294,7 +295,7 @@ int main(int argc, char** argv) {
     }
     const double f = Median(floors), zspa = Median(attemptTimes), lbfgs = Median(evaluations);
     std::printf("%s,%d^3,%d,%d,%s,%d,%.3f,%.3f,%.3f,%.3f,%.3f,%.1f,%d\n", set->name, set->grid, d.NASYM,
-                d.nRefF, d.useFFT ? "FFT" : "direct", d.nThreads, 1e3 * zspa, 1e3 * lbfgs, 1e3 * f,
-                zspa / f, lbfgs / f, double(peak) / d.nVoxelCell, repeats);
+                d.nRefF, d.useFFT ? "FFT" : "direct", d.nThreads, 1e3 * zspa, 1e3 * lbfgs, 1e3 * f, zspa / f,
+                lbfgs / f, double(peak) / d.nVoxelCell, repeats);
     return 0;
 }

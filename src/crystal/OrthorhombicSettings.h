@@ -12,7 +12,7 @@ constexpr int kOrthorhombicColumns = 6;
 
 // Expanded symbols, [group - 16][column - 1].
 struct OrthorhombicSymbols {
-  char symbol[kOrthorhombicCount][kOrthorhombicColumns][20];
+    char symbol[kOrthorhombicCount][kOrthorhombicColumns][20];
 };
 
 // A condensed symbol such as "Pmc21" with its parts separated: "P m c 21".

@@ -17,25 +17,25 @@
 // form a primitive set. The identity is the first operator.
 class _SpaceGroup : public Object {
 public:
-  // Fills the global table; run once, after IO::Init has found the program's
-  // directory. True when all four data files were read.
-  static bool LoadSpaceGroupStd();
-  // spgro.dat, spgra.dat and wyckoff.dat: the ordinary settings.
-  static bool ReadSpaceGroupData();
-  // mspgr.dat: the magnetic settings, appended behind the ordinary ones.
-  static bool ReadMagneticData();
+    // Fills the global table; run once, after IO::Init has found the program's
+    // directory. True when all four data files were read.
+    static bool LoadSpaceGroupStd();
+    // spgro.dat, spgra.dat and wyckoff.dat: the ordinary settings.
+    static bool ReadSpaceGroupData();
+    // mspgr.dat: the magnetic settings, appended behind the ordinary ones.
+    static bool ReadMagneticData();
 
-  unsigned char centric = 0;
-  char name[24] = "";     // Hermann-Mauguin symbol, single blanks between parts
-  char altName[64] = "";  // magnetic entries: the two symbols of the second system
-  std::int32_t flags = 0;
-  std::int32_t subNumber = 0;  // magnetic entries: the number behind the point
-  std::int32_t laueId = 0;     // 1 to 11
-  std::int32_t systemId = 0;   // 1 to 7
-  std::int32_t latticeCount = 1;
-  Matrix4D transform;  // magnetic entries: the setting matrix of the second system
-  ObjVector<MatrixD> ops;
-  ObjVector<Wyckoff> wyckoff;
+    unsigned char centric = 0;
+    char name[24] = "";     // Hermann-Mauguin symbol, single blanks between parts
+    char altName[64] = "";  // magnetic entries: the two symbols of the second system
+    std::int32_t flags = 0;
+    std::int32_t subNumber = 0;  // magnetic entries: the number behind the point
+    std::int32_t laueId = 0;     // 1 to 11
+    std::int32_t systemId = 0;   // 1 to 7
+    std::int32_t latticeCount = 1;
+    Matrix4D transform;  // magnetic entries: the setting matrix of the second system
+    ObjVector<MatrixD> ops;
+    ObjVector<Wyckoff> wyckoff;
 };
 
 // Bit of _SpaceGroup::flags (and UnitCell::magneticFlags) on magnetic entries.

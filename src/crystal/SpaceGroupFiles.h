@@ -8,8 +8,8 @@
 // Where a load puts its entries: groups[number - 1] receives the settings of
 // group number, counts[number - 1] the number of ordinary ones.
 struct SpaceGroupTable {
-  ObjVector<_SpaceGroup>* groups;
-  unsigned char* counts;
+    ObjVector<_SpaceGroup>* groups;
+    unsigned char* counts;
 };
 
 // spgro.dat, spgra.dat and wyckoff.dat from directory `dir` (with its trailing

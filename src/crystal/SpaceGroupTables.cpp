@@ -14,26 +14,25 @@ const char* const spgro_itI67[6] = {"C m m a", "C m m b", "A b m m", "A c m m", 
 const char* const spgro_itI68[12] = {"C c c a", "C c c a", "C c c b", "C c c b", "A b a a", "A b a a",
                                      "A c a a", "A c a a", "B b c b", "B b c b", "B b a b", "B b a b"};
 
-const char* const* const spgro_itI[5] = {spgro_itI39, spgro_itI41, spgro_itI64, spgro_itI67,
-                                         spgro_itI68};
+const char* const* const spgro_itI[5] = {spgro_itI39, spgro_itI41, spgro_itI64, spgro_itI67, spgro_itI68};
 const int spgro_itI_ID[5] = {39, 41, 64, 67, 68};
 const int spgro_itI_N[5] = {6, 6, 6, 6, 12};
 
 namespace {
 
 bool isRhombohedralGroup(int n) {
-  return n == 146 || n == 148 || n == 155 || n == 160 || n == 161 || n == 166 || n == 167;
+    return n == 146 || n == 148 || n == 155 || n == 160 || n == 161 || n == 166 || n == 167;
 }
 
 }  // namespace
 
 int CrystalSystemOf(int n) {
-  if (n >= 195) return 7;
-  if (n >= 168) return 6;
-  if (n >= 143) return isRhombohedralGroup(n) ? 8 : 5;
-  if (n >= 75) return 4;
-  if (n >= 16) return 3;
-  if (n >= 3) return 2;
-  if (n >= 1) return 1;
-  return 0;
+    if (n >= 195) return 7;
+    if (n >= 168) return 6;
+    if (n >= 143) return isRhombohedralGroup(n) ? 8 : 5;
+    if (n >= 75) return 4;
+    if (n >= 16) return 3;
+    if (n >= 3) return 2;
+    if (n >= 1) return 1;
+    return 0;
 }

@@ -12,11 +12,11 @@ IO::File OpenDataFile(const std::string& dir, const char* name);
 // The first line of a record of spgra.dat and of a block of wyckoff.dat:
 // five integers of three columns each, then up to four words of the symbol.
 struct RecordHeader {
-  int number = 0;
-  int setting = 0;
-  int centric = 0;
-  int operatorCount = 0;
-  char symbol[24] = "";  // the words joined by single blanks
+    int number = 0;
+    int setting = 0;
+    int centric = 0;
+    int operatorCount = 0;
+    char symbol[24] = "";  // the words joined by single blanks
 };
 
 // Scans a header line; false unless the five integers are there.

@@ -8,10 +8,10 @@
 
 class Wyckoff : public Object {
 public:
-  std::int32_t multiplicity = 0;
-  char letter = 0;
-  char siteSymmetry[10] = "";  // at most 9 characters of the site-symmetry text
-  // The first coordinate triplet: free parameters in the linear part, fixed
-  // coordinates in the translation column. The grid rule reads the latter.
-  Matrix4D matrix;
+    std::int32_t multiplicity = 0;
+    char letter = 0;
+    char siteSymmetry[10] = "";  // at most 9 characters of the site-symmetry text
+    // The first coordinate triplet: free parameters in the linear part, fixed
+    // coordinates in the translation column. The grid rule reads the latter.
+    Matrix4D matrix;
 };

@@ -33,8 +33,9 @@ bool MEMData3D::GridFitsMemory() const {
     const double need = voxels * kCellBytes + voxels / operators * kAsymmetricBytes;
     const double have = PhysicalMemory();
     if (have == 0.0 || need <= have) return true;
-    IO::PrintError("The grid of %d x %d x %d voxels needs at least %.1f GB of memory;\n"
-                   "this computer has %.1f GB. Choose a coarser grid.\n",
-                   gridSize[0], gridSize[1], gridSize[2], need / 1e9, have / 1e9);
+    IO::PrintError(
+        "The grid of %d x %d x %d voxels needs at least %.1f GB of memory;\n"
+        "this computer has %.1f GB. Choose a coarser grid.\n",
+        gridSize[0], gridSize[1], gridSize[2], need / 1e9, have / 1e9);
     return false;
 }

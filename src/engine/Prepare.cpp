@@ -42,12 +42,12 @@ void PrepareCalculation(MEMData& d, ProgressFunction timer, void* stamp) {
     FillMomentPairs(d.targetMoment);
 
     for (int c = 0; c < kConstraintOrders; ++c)
-        d.constraints.add(Constraint::Create(d.nRefUnobs, d.nRefF, d.nRefG, d.nGroups, 2 * (c + 1), d.nVoxelCell));
+        d.constraints.add(
+            Constraint::Create(d.nRefUnobs, d.nRefF, d.nRefG, d.nGroups, 2 * (c + 1), d.nVoxelCell));
 
     // The divisor leaves out the grouped reflections that the sum includes.
     double weightSum = 0.0;
-    for (int i = 0; i < d.nRefF + d.nRefG; ++i)
-        weightSum += d.refWeight[i] * d.weightF[i];
+    for (int i = 0; i < d.nRefF + d.nRefG; ++i) weightSum += d.refWeight[i] * d.weightF[i];
     d.meanWeight = weightSum / d.nRefF;
 
     d.sumFobs = d.sumWFobs2 = d.sumGobs = d.sumWGobs2 = 0.0;
@@ -73,6 +73,5 @@ void PrepareCalculation(MEMData& d, ProgressFunction timer, void* stamp) {
     IO::Printf(" CYCLE %d:\n", 0);
     IO::Printf(" CONSTR = %15.7E CONF = %15.7E CONG = %15.7E\n", d.constr, d.CONF, d.CONG);
     IO::Printf("  DELTA = %15.7E   RF = %15.6f  wRF = %15.6f\n\n", 0.0, d.RF, d.wRF);
-    if (d.progressFn)
-        d.progressFn(d.progressArg, d.timePrep);
+    if (d.progressFn) d.progressFn(d.progressArg, d.timePrep);
 }

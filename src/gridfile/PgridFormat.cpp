@@ -15,14 +15,12 @@ void Get(FILE* f, T& value) {
 }
 
 void SkipBytes(FILE* f, long count) {
-    for (long i = 0; i < count && fgetc(f) != EOF; ++i) {
-    }
+    for (long i = 0; i < count && fgetc(f) != EOF; ++i) {}
 }
 
 void SkipInts(FILE* f, long long count) {
     int32_t scratch;
-    for (long long i = 0; i < count && fread_LE(&scratch, 4, 1, f) == 1; ++i) {
-    }
+    for (long long i = 0; i < count && fread_LE(&scratch, 4, 1, f) == 1; ++i) {}
 }
 
 }  // namespace

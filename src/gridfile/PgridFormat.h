@@ -13,12 +13,12 @@ struct PgridHeader {
     int32_t version[4] = {3, 0, 0, 0};  // a non-zero version[3] counts reserved bytes at 16
     char title[80] = {};
     int32_t constant = 1;
-    int32_t gridType = 0;               // 1: operator block and indexed voxels
-    int32_t nChannel = 1;               // 2: a positive and a negative value per voxel
+    int32_t gridType = 0;  // 1: operator block and indexed voxels
+    int32_t nChannel = 1;  // 2: a positive and a negative value per voxel
     int32_t dimension = 3;
     int32_t gridSize[3] = {0, 0, 0};
-    int32_t nAsym = 0;                  // voxels in the file
-    float cell[6] = {};                 // a, b, c, alpha, beta, gamma
+    int32_t nAsym = 0;   // voxels in the file
+    float cell[6] = {};  // a, b, c, alpha, beta, gamma
 };
 
 // Reads a header and skips its reserved bytes. Fields beyond the end of a short

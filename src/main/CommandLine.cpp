@@ -67,7 +67,8 @@ void checkTemplateRun(const DriverOptions& o, int extraInputs) {
     if (isConditionFile(o.input) || check_format(o.input.c_str()) == kTypeAlb)
         throw UsageError("the data file of --conditions must be a data set, not " + o.input);
     if (extraInputs > 0)
-        throw UsageError("one data file per run with --conditions; run a series with GNU parallel (see --help)");
+        throw UsageError(
+            "one data file per run with --conditions; run a series with GNU parallel (see --help)");
 }
 
 }  // namespace
@@ -79,14 +80,18 @@ DriverOptions ParseDriverOptions(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (!optionsEnded && isOption(arg)) {
-            if (arg == "--") optionsEnded = true;
-            else if (arg == "-h" || arg == "--help") o.help = true;
-            else if (arg == "--version") o.version = true;
+            if (arg == "--")
+                optionsEnded = true;
+            else if (arg == "-h" || arg == "--help")
+                o.help = true;
+            else if (arg == "--version")
+                o.version = true;
             else if (arg == "-c" || arg == "--conditions") {
                 if (i + 1 >= argc) throw UsageError("option " + arg + " needs a condition file");
                 o.conditions = argv[++i];
                 templateRun = true;
-            } else throw UsageError("unknown option " + arg + " (see --help)");
+            } else
+                throw UsageError("unknown option " + arg + " (see --help)");
         } else if (!haveInput) {
             o.input = arg;
             haveInput = true;

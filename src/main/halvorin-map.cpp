@@ -22,10 +22,11 @@ void WritePicture(const MapOptions& o, const CellDensity& density, const std::ve
     const RgbImage image = DrawSection(density, values, section, options, l);
     image.WritePng(o.png);
     if (o.quiet) return;
-    printf("Picture:       %s, %d x %d pixels; plot area columns %d..%d, rows %d..%d, "
-           "X %.4f..%.4f A, Y %.4f..%.4f A\n",
-           o.png.c_str(), image.width(), image.height(), l.plotLeft, l.plotLeft + l.plotWidth - 1, l.plotTop,
-           l.plotTop + l.plotHeight - 1, section.xMin, section.xMax, section.yMin, section.yMax);
+    printf(
+        "Picture:       %s, %d x %d pixels; plot area columns %d..%d, rows %d..%d, "
+        "X %.4f..%.4f A, Y %.4f..%.4f A\n",
+        o.png.c_str(), image.width(), image.height(), l.plotLeft, l.plotLeft + l.plotWidth - 1, l.plotTop,
+        l.plotTop + l.plotHeight - 1, section.xMin, section.xMax, section.yMin, section.yMax);
 }
 
 // Problems of the input are told with its name; those of an output name the output.

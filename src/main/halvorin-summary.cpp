@@ -43,10 +43,14 @@ bool parse(int argc, char** argv, SummaryOptions& o) {
     bool optionsEnded = false;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
-        if (optionsEnded || arg.size() < 2 || arg[0] != '-') o.reports.push_back(arg);
-        else if (arg == "--") optionsEnded = true;
-        else if (arg == "--csv") o.csv = true;
-        else if (arg == "-h" || arg == "--help") o.help = true;
+        if (optionsEnded || arg.size() < 2 || arg[0] != '-')
+            o.reports.push_back(arg);
+        else if (arg == "--")
+            optionsEnded = true;
+        else if (arg == "--csv")
+            o.csv = true;
+        else if (arg == "-h" || arg == "--help")
+            o.help = true;
         else {
             fprintf(stderr, "halvorin-summary: unknown option %s (see --help)\n", arg.c_str());
             return false;
@@ -85,7 +89,9 @@ int main(int argc, char** argv) {
             status = 1;
         }
     }
-    if (o.csv) WriteSummaryCsv(stdout, rows);
-    else WriteSummaryText(stdout, rows);
+    if (o.csv)
+        WriteSummaryCsv(stdout, rows);
+    else
+        WriteSummaryText(stdout, rows);
     return status;
 }

@@ -36,7 +36,8 @@ std::vector<GridOperator> ReadOperators(const PgridContent& file) {
         GridOperator op;
         for (int i = 0; i < 9; ++i) op.rot[i] = w[i];
         for (int i = 0; i < 3; ++i) op.shift[i] = w[9 + i];
-        if (!IsLatticeRotation(op.rot)) throw MapError("operator " + std::to_string(n + 1) + " is not a rotation");
+        if (!IsLatticeRotation(op.rot))
+            throw MapError("operator " + std::to_string(n + 1) + " is not a rotation");
         ops.push_back(op);
     }
     return ops;
@@ -60,7 +61,8 @@ int RecordPoint(const PgridContent& file, const CellDensity& d, int record) {
 double CellDensity::Volume() const {
     const double deg = std::acos(-1.0) / 180.0;
     const double ca = std::cos(cell[3] * deg), cb = std::cos(cell[4] * deg), cg = std::cos(cell[5] * deg);
-    return cell[0] * cell[1] * cell[2] * std::sqrt(std::max(0.0, 1 - ca * ca - cb * cb - cg * cg + 2 * ca * cb * cg));
+    return cell[0] * cell[1] * cell[2] *
+           std::sqrt(std::max(0.0, 1 - ca * ca - cb * cb - cg * cg + 2 * ca * cb * cg));
 }
 
 std::vector<float> CellDensity::Values(Channel channel) const {
@@ -72,7 +74,8 @@ std::vector<float> CellDensity::Values(Channel channel) const {
 }
 
 int CellDensity::Image(const GridOperator& op, int index) const {
-    const int p[3] = {index % gridSize[0], index / gridSize[0] % gridSize[1], index / gridSize[0] / gridSize[1]};
+    const int p[3] = {index % gridSize[0], index / gridSize[0] % gridSize[1],
+                      index / gridSize[0] / gridSize[1]};
     int q[3];
     for (int i = 0; i < 3; ++i) {
         long long s = op.shift[i];

@@ -24,8 +24,8 @@ struct CellDensity {
     std::array<int, 3> gridSize{};
     std::array<double, 6> cell{};  // a, b, c in angstrom, angles in degrees
     int nChannel = 1;
-    std::vector<GridOperator> operators;  // the identity alone for a gridType 0 file
-    std::vector<int> asymmetricUnit;      // cell index of every record of the file
+    std::vector<GridOperator> operators;    // the identity alone for a gridType 0 file
+    std::vector<int> asymmetricUnit;        // cell index of every record of the file
     std::vector<float> positive, negative;  // per cubic angstrom, x fastest, then y, then z
 
     long nPoints() const { return static_cast<long>(gridSize[0]) * gridSize[1] * gridSize[2]; }

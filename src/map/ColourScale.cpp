@@ -14,11 +14,17 @@ struct Anchor {
 
 // From near black through violet, red and orange to pale yellow: brightness
 // rises steadily, so that the order of densities survives in grey print.
-const Anchor kSequential[] = {{0.00, 0.02, 0.02, 0.10}, {0.25, 0.30, 0.08, 0.50}, {0.50, 0.72, 0.18, 0.42},
-                              {0.75, 0.97, 0.50, 0.15}, {1.00, 1.00, 0.97, 0.70}};
+const Anchor kSequential[] = {{0.00, 0.02, 0.02, 0.10},
+                              {0.25, 0.30, 0.08, 0.50},
+                              {0.50, 0.72, 0.18, 0.42},
+                              {0.75, 0.97, 0.50, 0.15},
+                              {1.00, 1.00, 0.97, 0.70}};
 // Blue for negative densities, white at zero, red for positive ones.
-const Anchor kDiverging[] = {{0.00, 0.05, 0.15, 0.55}, {0.25, 0.35, 0.55, 0.85}, {0.50, 0.97, 0.97, 0.97},
-                             {0.75, 0.90, 0.45, 0.30}, {1.00, 0.55, 0.03, 0.08}};
+const Anchor kDiverging[] = {{0.00, 0.05, 0.15, 0.55},
+                             {0.25, 0.35, 0.55, 0.85},
+                             {0.50, 0.97, 0.97, 0.97},
+                             {0.75, 0.90, 0.45, 0.30},
+                             {1.00, 0.55, 0.03, 0.08}};
 
 template <size_t N>
 Rgb Interpolate(const Anchor (&anchors)[N], double t) {
@@ -28,7 +34,9 @@ Rgb Interpolate(const Anchor (&anchors)[N], double t) {
     const Anchor& a = anchors[k - 1];
     const Anchor& b = anchors[k];
     const double w = (t - a.at) / (b.at - a.at);
-    auto channel = [w](double x, double y) { return static_cast<uint8_t>(std::lround(255 * (x + w * (y - x)))); };
+    auto channel = [w](double x, double y) {
+        return static_cast<uint8_t>(std::lround(255 * (x + w * (y - x))));
+    };
     return {channel(a.r, b.r), channel(a.g, b.g), channel(a.b, b.b)};
 }
 
@@ -50,8 +58,7 @@ ColourScale::ColourScale(double minimum, double maximum, bool logarithmic)
 // A magnitude on [0, 1]: linear, or by its logarithm between lo and hi.
 // A signed log scale is log(1 + |x| / lo), which passes smoothly through zero.
 double ColourScale::Stretch(double m) const {
-    if (signed_)
-        return log_ ? std::log1p(m / lo_) / std::log1p(hi_ / lo_) : m / hi_;
+    if (signed_) return log_ ? std::log1p(m / lo_) / std::log1p(hi_ / lo_) : m / hi_;
     if (log_) return (std::log10(std::max(m, lo_)) - std::log10(lo_)) / (std::log10(hi_) - std::log10(lo_));
     return (m - lo_) / (hi_ - lo_);
 }

@@ -137,10 +137,10 @@ void WriteXsfFile(const std::string& path, const CellDensity& d, const std::vect
 
 void WriteMapFile(const std::string& path, const CellDensity& d, const std::vector<float>& values) {
     switch (FormatOfPath(path)) {
-        case MapFormat::Ccp4: return WriteCcp4Map(path, d, values);
-        case MapFormat::Cube: return WriteCubeFile(path, d, values);
-        case MapFormat::Xsf: return WriteXsfFile(path, d, values);
-        case MapFormat::Unknown: break;
+    case MapFormat::Ccp4: return WriteCcp4Map(path, d, values);
+    case MapFormat::Cube: return WriteCubeFile(path, d, values);
+    case MapFormat::Xsf: return WriteXsfFile(path, d, values);
+    case MapFormat::Unknown: break;
     }
     throw MapError("unknown map format of " + path + " (use .ccp4, .map, .mrc, .cube or .xsf)");
 }

@@ -76,25 +76,36 @@ MapOptions ParseMapOptions(int argc, char** argv) {
             if (i + 1 >= argc) throw MapError("option " + arg + " needs a value");
             return argv[++i];
         };
-        if (arg == "-h" || arg == "--help") o.help = true;
-        else if (arg == "-q" || arg == "--quiet") o.quiet = true;
-        else if (arg == "--log") o.logarithmic = true;
+        if (arg == "-h" || arg == "--help")
+            o.help = true;
+        else if (arg == "-q" || arg == "--quiet")
+            o.quiet = true;
+        else if (arg == "--log")
+            o.logarithmic = true;
         else if (arg == "-o" || arg == "--output") {
             o.maps.push_back(value());
             if (FormatOfPath(o.maps.back()) == MapFormat::Unknown)
-                throw MapError("unknown map format of " + o.maps.back() + " (use .ccp4, .map, .mrc, .cube or .xsf)");
-        } else if (arg == "--png") o.png = value();
-        else if (arg == "--plane") o.plane.hkl = ParsePlane(value());
+                throw MapError("unknown map format of " + o.maps.back() +
+                               " (use .ccp4, .map, .mrc, .cube or .xsf)");
+        } else if (arg == "--png")
+            o.png = value();
+        else if (arg == "--plane")
+            o.plane.hkl = ParsePlane(value());
         else if (arg == "--offset") {
             o.plane.offset = ParseNumber(arg, value());
             if (std::fabs(o.plane.offset) > 1e6) throw MapError("option --offset out of range");
-        }
-        else if (arg == "--size") o.pictureSize = ParseCount(arg, value(), 32, 4096);
-        else if (arg == "--channel") o.channel = ParseChannel(value());
-        else if (arg == "--peaks") o.nPeaks = ParseCount(arg, value(), 0, 10000);
-        else if (arg.size() > 1 && arg[0] == '-') throw MapError("unknown option " + arg + " (see --help)");
-        else if (o.input.empty()) o.input = arg;
-        else throw MapError("more than one grid file given");
+        } else if (arg == "--size")
+            o.pictureSize = ParseCount(arg, value(), 32, 4096);
+        else if (arg == "--channel")
+            o.channel = ParseChannel(value());
+        else if (arg == "--peaks")
+            o.nPeaks = ParseCount(arg, value(), 0, 10000);
+        else if (arg.size() > 1 && arg[0] == '-')
+            throw MapError("unknown option " + arg + " (see --help)");
+        else if (o.input.empty())
+            o.input = arg;
+        else
+            throw MapError("more than one grid file given");
     }
     if (o.input.empty() && !o.help) throw MapError("no grid file given (see --help)");
     return o;

@@ -38,8 +38,7 @@ void ReadArray(FILE* f, std::vector<T>& out, size_t count) {
 void CheckHeader(const PgridHeader& h) {
     if (h.version[0] != 3 || h.constant != 1 || h.dimension != 3)
         throw MapError("not a .pgrid density grid file");
-    if (h.gridType != 0 && h.gridType != 1)
-        throw MapError("unknown grid type " + std::to_string(h.gridType));
+    if (h.gridType != 0 && h.gridType != 1) throw MapError("unknown grid type " + std::to_string(h.gridType));
     if (h.nChannel != 1 && h.nChannel != 2)
         throw MapError("unknown channel count " + std::to_string(h.nChannel));
     long long points = 1;
@@ -60,7 +59,8 @@ void CheckLength(long actual, long expected) {
         throw MapError("file is truncated (" + std::to_string(actual) + " of " + std::to_string(expected) +
                        " bytes)");
     if (actual > expected)
-        throw MapError("file has " + std::to_string(actual - expected) + " bytes more than its header declares");
+        throw MapError("file has " + std::to_string(actual - expected) +
+                       " bytes more than its header declares");
 }
 
 }  // namespace
@@ -76,7 +76,8 @@ PgridContent ReadPgridContent(const std::string& path) {
     PgridHeader& h = c.header;
     if (fread(h.version, sizeof h.version, 1, f) != 1 || h.version[0] != 3)
         throw MapError("not a .pgrid density grid file");
-    if (h.version[3] < 0 || h.version[3] > kMaxReservedBytes) throw MapError("not a .pgrid density grid file");
+    if (h.version[3] < 0 || h.version[3] > kMaxReservedBytes)
+        throw MapError("not a .pgrid density grid file");
     rewind(f);
     ReadPgridHeader(f, h);
     if (feof(f)) throw MapError("file is truncated (" + std::to_string(size) + " bytes)");
@@ -87,8 +88,7 @@ PgridContent ReadPgridContent(const std::string& path) {
         int32_t block[3] = {0, 0, 0};
         if (fread(block, sizeof block, 1, f) != 1) throw MapError("file is truncated");
         nOps = block[0];
-        if (nOps < 1 || nOps > kMaxOperators || block[2] != 1)
-            throw MapError("operator block is damaged");
+        if (nOps < 1 || nOps > kMaxOperators || block[2] != 1) throw MapError("operator block is damaged");
     }
     CheckLength(size, h.version[3] + PgridFileSize(h.gridType, h.nChannel, nOps, h.nAsym));
     if (h.gridType == 1) {

@@ -14,7 +14,8 @@
 
 RgbImage::RgbImage(int width, int height, Rgb background)
     : width_(width), height_(height), pixels_(3 * static_cast<size_t>(width) * height) {
-    for (size_t i = 0; i < pixels_.size(); i += 3) std::copy(background.begin(), background.end(), &pixels_[i]);
+    for (size_t i = 0; i < pixels_.size(); i += 3)
+        std::copy(background.begin(), background.end(), &pixels_[i]);
 }
 
 Rgb RgbImage::Get(int x, int y) const {
@@ -30,7 +31,8 @@ void RgbImage::Set(int x, int y, Rgb colour) {
 void RgbImage::Blend(int x, int y, Rgb colour, double alpha) {
     if (x < 0 || y < 0 || x >= width_ || y >= height_) return;
     Rgb old = Get(x, y);
-    for (int i = 0; i < 3; ++i) old[i] = static_cast<uint8_t>(std::lround(old[i] + alpha * (colour[i] - old[i])));
+    for (int i = 0; i < 3; ++i)
+        old[i] = static_cast<uint8_t>(std::lround(old[i] + alpha * (colour[i] - old[i])));
     Set(x, y, old);
 }
 
@@ -45,8 +47,8 @@ void RgbImage::Line(double x0, double y0, double x1, double y1, Rgb colour, int 
     for (int s = 0; s <= steps; ++s) {
         if (dash > 0 && s / dash % 2 == 1) continue;
         const double t = steps == 0 ? 0.0 : static_cast<double>(s) / steps;
-        Set(static_cast<int>(std::lround(x0 + t * (x1 - x0))), static_cast<int>(std::lround(y0 + t * (y1 - y0))),
-            colour);
+        Set(static_cast<int>(std::lround(x0 + t * (x1 - x0))),
+            static_cast<int>(std::lround(y0 + t * (y1 - y0))), colour);
     }
 }
 
@@ -57,8 +59,8 @@ void RgbImage::Text(int x, int y, const std::string& text, Rgb colour, int scale
             const uint8_t bits = GlyphRow(text[k], r);
             for (int c = 0; c < kGlyphWidth; ++c)
                 if (bits >> (kGlyphWidth - 1 - c) & 1)
-                    FillRect(left + c * scale, y + r * scale, left + (c + 1) * scale - 1, y + (r + 1) * scale - 1,
-                             colour);
+                    FillRect(left + c * scale, y + r * scale, left + (c + 1) * scale - 1,
+                             y + (r + 1) * scale - 1, colour);
         }
     }
 }

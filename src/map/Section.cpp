@@ -28,7 +28,8 @@ Vec ToVec(const std::array<int, 3>& w) { return {double(w[0]), double(w[1]), dou
 // Lattice vectors in the plane through the origin, shortest first. Small
 // components first, and positive before negative, so that ties keep the
 // familiar choices: a before b, and b rather than a + b on a hexagonal face.
-std::vector<std::array<int, 3>> InPlaneVectors(const std::array<int, 3>& hkl, const std::array<double, 9>& orth) {
+std::vector<std::array<int, 3>> InPlaneVectors(const std::array<int, 3>& hkl,
+                                               const std::array<double, 9>& orth) {
     const int order[] = {0, 1, -1, 2, -2, 3, -3, 4, -4, 5, -5, 6, -6};
     std::vector<std::array<int, 3>> found;
     for (int z : order)
@@ -39,9 +40,8 @@ std::vector<std::array<int, 3>> InPlaneVectors(const std::array<int, 3>& hkl, co
         const Vec c = Apply(orth, ToVec(w));
         return std::sqrt(Dot(c, c));
     };
-    std::stable_sort(found.begin(), found.end(), [&](const auto& a, const auto& b) {
-        return length(a) < length(b) - 1e-6;
-    });
+    std::stable_sort(found.begin(), found.end(),
+                     [&](const auto& a, const auto& b) { return length(a) < length(b) - 1e-6; });
     return found;
 }
 
@@ -56,8 +56,8 @@ std::array<int, 3> ParsePlane(const std::string& text) {
     std::istringstream in(spaced);
     std::array<int, 3> hkl{};
     std::string rest;
-    if (in >> hkl[0] >> hkl[1] >> hkl[2] && !(in >> rest) && std::abs(hkl[0]) < 100 && std::abs(hkl[1]) < 100 &&
-        std::abs(hkl[2]) < 100)
+    if (in >> hkl[0] >> hkl[1] >> hkl[2] && !(in >> rest) && std::abs(hkl[0]) < 100 &&
+        std::abs(hkl[1]) < 100 && std::abs(hkl[2]) < 100)
         return hkl;
     // Three single digits, each perhaps with a minus sign.
     int n = 0;

@@ -22,12 +22,12 @@ std::array<int, 3> ParsePlane(const std::string& text);
 struct Section {
     PlaneChoice plane;
     std::array<int, 3> u{}, v{};
-    std::array<double, 3> origin{};   // fractional point of the plane at (0, 0)
-    double uLength = 0;               // |u| in angstrom
-    std::array<double, 2> vPlane{};   // v in plane coordinates
+    std::array<double, 3> origin{};                 // fractional point of the plane at (0, 0)
+    double uLength = 0;                             // |u| in angstrom
+    std::array<double, 2> vPlane{};                 // v in plane coordinates
     double xMin = 0, xMax = 0, yMin = 0, yMax = 0;  // bounding box of the plane cell
-    std::array<double, 3> e1{}, e2{};                // Cartesian unit vectors of X and Y
-    std::array<double, 9> orth{}, frac{};            // fractional to Cartesian and back, by rows
+    std::array<double, 3> e1{}, e2{};               // Cartesian unit vectors of X and Y
+    std::array<double, 9> orth{}, frac{};           // fractional to Cartesian and back, by rows
 
     // Fractional coordinates of the point at plane coordinates (X, Y).
     std::array<double, 3> Fractional(double x, double y) const;

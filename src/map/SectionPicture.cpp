@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr int kText = 2;               // font scale of all labels
+constexpr int kText = 2;  // font scale of all labels
 constexpr int kLine = kGlyphHeight * kText;
-constexpr int kContourSteps = 10;      // contour lines at every tenth of the colour bar
+constexpr int kContourSteps = 10;  // contour lines at every tenth of the colour bar
 const Rgb kInk = {0, 0, 0};
 const Rgb kPaper = {255, 255, 255};
 const Rgb kCellEdge = {150, 150, 150};
@@ -34,8 +34,8 @@ std::string AxisName(char axis, const char* relation, const std::array<int, 3>& 
 
 std::string Heading(const Section& s, bool logarithmic) {
     const auto& h = s.plane.hkl;
-    std::string text = "Section (" + std::to_string(h[0]) + " " + std::to_string(h[1]) + " " + std::to_string(h[2]) +
-                       "), offset " + FormatLabel(s.plane.offset);
+    std::string text = "Section (" + std::to_string(h[0]) + " " + std::to_string(h[1]) + " " +
+                       std::to_string(h[2]) + "), offset " + FormatLabel(s.plane.offset);
     return logarithmic ? text + ", log scale" : text;
 }
 
@@ -48,14 +48,16 @@ std::vector<double> Positions(const std::vector<float>& values, const CellDensit
             const double x = s.xMin + (i + 0.5) / l.pixelsPerAngstrom;
             const double y = s.yMax - (j + 0.5) / l.pixelsPerAngstrom;
             const std::array<double, 3> f = s.Fractional(x, y);
-            t[static_cast<size_t>(j) * l.plotWidth + i] = scale.Position(SampleAt(values, d.gridSize, f.data()));
+            t[static_cast<size_t>(j) * l.plotWidth + i] =
+                scale.Position(SampleAt(values, d.gridSize, f.data()));
         }
     return t;
 }
 
 // Contours separate the tenths of the bar. A signed map has no line at zero,
 // where noise would draw one around every flat patch of the cell.
-void DrawDensity(RgbImage& image, const std::vector<double>& t, const PictureLayout& l, const ColourScale& scale) {
+void DrawDensity(RgbImage& image, const std::vector<double>& t, const PictureLayout& l,
+                 const ColourScale& scale) {
     auto level = [&](int i, int j) {
         const int k = std::min(static_cast<int>(t[static_cast<size_t>(j) * l.plotWidth + i] * kContourSteps),
                                kContourSteps - 1);
@@ -106,8 +108,8 @@ void DrawAxes(RgbImage& image, const Section& s, const PictureLayout& l) {
         image.Text(left - 9 - RgbImage::TextWidth(label, kText), p - kLine / 2, label, kInk, kText);
     }
     const std::string xName = AxisName('X', "along", s.u);
-    image.Text(l.plotLeft + (l.plotWidth - RgbImage::TextWidth(xName, kText)) / 2, bottom + 15 + kLine, xName, kInk,
-               kText);
+    image.Text(l.plotLeft + (l.plotWidth - RgbImage::TextWidth(xName, kText)) / 2, bottom + 15 + kLine, xName,
+               kInk, kText);
     const std::string yName = AxisName('Y', "towards", s.v);
     image.Text(l.plotLeft, l.plotTop - kLine - 8, yName, kInk, kText);
 }
@@ -121,7 +123,8 @@ void DrawColourBar(RgbImage& image, const PictureLayout& l, const ColourScale& s
     }
     for (int k = 1; k < kContourSteps; ++k) {
         if (scale.isSigned() && k == kContourSteps / 2) continue;
-        const int y = bottom - static_cast<int>(std::lround(static_cast<double>(k) / kContourSteps * (bottom - top)));
+        const int y =
+            bottom - static_cast<int>(std::lround(static_cast<double>(k) / kContourSteps * (bottom - top)));
         for (int x = x0; x <= x1; ++x) image.Blend(x, y, kInk, 0.55);
     }
     image.Line(x0 - 1, top - 1, x1 + 1, top - 1, kInk);

@@ -9,9 +9,9 @@
 #include "map/Section.h"
 
 struct PictureOptions {
-    int size = 480;            // pixels along the longer side of the plot area
+    int size = 480;  // pixels along the longer side of the plot area
     bool logarithmic = false;
-    std::string title;         // a second heading line, such as the data set's title
+    std::string title;  // a second heading line, such as the data set's title
 };
 
 // Where the plot lies in the picture: pixel column plotLeft + i shows plane

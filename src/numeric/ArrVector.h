@@ -13,23 +13,23 @@
 template <typename T>
 class ArrVector {
 public:
-  explicit ArrVector(std::uint64_t width) : itemWidth(width) {}
-  ArrVector(const ArrVector&) = default;
-  // Assignment replaces the values; lists of different widths are not interchangeable.
-  ArrVector& operator=(const ArrVector& src) {
-    HV_ASSERT(itemWidth == src.itemWidth);
-    v = src.v;
-    return *this;
-  }
+    explicit ArrVector(std::uint64_t width) : itemWidth(width) {}
+    ArrVector(const ArrVector&) = default;
+    // Assignment replaces the values; lists of different widths are not interchangeable.
+    ArrVector& operator=(const ArrVector& src) {
+        HV_ASSERT(itemWidth == src.itemWidth);
+        v = src.v;
+        return *this;
+    }
 
-  // Appends itemWidth values read from item.
-  void add(const T* item) { v.insert(v.end(), item, item + itemWidth); }
-  void clear() { v.clear(); }
+    // Appends itemWidth values read from item.
+    void add(const T* item) { v.insert(v.end(), item, item + itemWidth); }
+    void clear() { v.clear(); }
 
-  std::size_t nItems() const { return itemWidth == 0 ? 0 : v.size() / itemWidth; }
-  T* item(std::size_t i) { return v.data() + i * itemWidth; }
-  const T* item(std::size_t i) const { return v.data() + i * itemWidth; }
+    std::size_t nItems() const { return itemWidth == 0 ? 0 : v.size() / itemWidth; }
+    T* item(std::size_t i) { return v.data() + i * itemWidth; }
+    const T* item(std::size_t i) const { return v.data() + i * itemWidth; }
 
-  const std::uint64_t itemWidth;
-  std::vector<T> v;
+    const std::uint64_t itemWidth;
+    std::vector<T> v;
 };

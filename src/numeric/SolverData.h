@@ -6,8 +6,8 @@
 class MatrixD;
 
 struct SolverData {
-  // Sizes the pivot array for a factorisation of A: the smaller of A's dimensions.
-  void CreateForGeTRS(const MatrixD& A);
+    // Sizes the pivot array for a factorisation of A: the smaller of A's dimensions.
+    void CreateForGeTRS(const MatrixD& A);
 
-  std::vector<int> ipiv;  // pivot indices as LAPACK returns them, 1-based
+    std::vector<int> ipiv;  // pivot indices as LAPACK returns them, 1-based
 };

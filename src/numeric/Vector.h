@@ -26,29 +26,29 @@
 // read inside parallel regions, since the counts are plain integers.
 class VectorBase {
 public:
-  VectorBase() = default;
-  // Copying a list copies its pointers and takes one more reference to each
-  // object; the objects themselves are never copied.
-  VectorBase(const VectorBase& src) { *this = src; }
-  VectorBase& operator=(const VectorBase& src);
-  ~VectorBase();
+    VectorBase() = default;
+    // Copying a list copies its pointers and takes one more reference to each
+    // object; the objects themselves are never copied.
+    VectorBase(const VectorBase& src) { *this = src; }
+    VectorBase& operator=(const VectorBase& src);
+    ~VectorBase();
 
-  // Takes a reference to item and appends it.
-  void add(Object* item);
-  // Releases every entry; the capacity is kept for reuse.
-  void clear();
-  // Releases entry i and moves the later entries down by one, keeping order.
-  void remove(int i);
-  // Appends all of src's entries, in order, each with a new reference.
-  void append(const VectorBase& src);
+    // Takes a reference to item and appends it.
+    void add(Object* item);
+    // Releases every entry; the capacity is kept for reuse.
+    void clear();
+    // Releases entry i and moves the later entries down by one, keeping order.
+    void remove(int i);
+    // Appends all of src's entries, in order, each with a new reference.
+    void append(const VectorBase& src);
 
-  int size() const { return static_cast<int>(v.size()); }
-  bool empty() const { return v.empty(); }
+    int size() const { return static_cast<int>(v.size()); }
+    bool empty() const { return v.empty(); }
 
-  std::vector<Object*> v;
+    std::vector<Object*> v;
 
 private:
-  static void release(Object* item);
+    static void release(Object* item);
 };
 
 // The same list, typed: entries read as T*, and only T (or a class below it)
@@ -57,23 +57,27 @@ private:
 template <class T>
 class ObjVector : public VectorBase {
 public:
-  void add(T* item) { VectorBase::add(item); }
-  void append(const ObjVector& src) { VectorBase::append(src); }
+    void add(T* item) { VectorBase::add(item); }
+    void append(const ObjVector& src) { VectorBase::append(src); }
 
-  T* operator[](int i) const { return static_cast<T*>(v[i]); }
+    T* operator[](int i) const { return static_cast<T*>(v[i]); }
 
-  // Typed iteration: for (T* item : list).
-  class iterator {
-  public:
-    explicit iterator(Object* const* at) : at_(at) {}
-    T* operator*() const { return static_cast<T*>(*at_); }
-    iterator& operator++() { ++at_; return *this; }
-    bool operator!=(const iterator& other) const { return at_ != other.at_; }
-  private:
-    Object* const* at_;
-  };
-  iterator begin() const { return iterator(v.data()); }
-  iterator end() const { return iterator(v.data() + v.size()); }
+    // Typed iteration: for (T* item : list).
+    class iterator {
+    public:
+        explicit iterator(Object* const* at) : at_(at) {}
+        T* operator*() const { return static_cast<T*>(*at_); }
+        iterator& operator++() {
+            ++at_;
+            return *this;
+        }
+        bool operator!=(const iterator& other) const { return at_ != other.at_; }
+
+    private:
+        Object* const* at_;
+    };
+    iterator begin() const { return iterator(v.data()); }
+    iterator end() const { return iterator(v.data() + v.size()); }
 };
 
 // One release, the same in clear, remove and the destructor.
@@ -81,17 +85,16 @@ public:
 // "Below 1" rather than "equal to 0", so that an object that somehow was never
 // counted is deleted all the same.
 inline void VectorBase::release(Object* item) {
-  if (--item->refCount < 1)
-    delete item;
+    if (--item->refCount < 1) delete item;
 }
 
 // The array doubles when full, so a run of adds costs amortised constant time,
 // and an add into spare capacity is one increment and one store; capacity never
 // shrinks, so a cleared list refills without allocating.
 inline void VectorBase::add(Object* item) {
-  HV_ASSERT(item != NULL);
-  ++item->refCount;
-  v.push_back(item);
+    HV_ASSERT(item != NULL);
+    ++item->refCount;
+    v.push_back(item);
 }
 
 // Entries are released from the first to the last. The size is read anew after
@@ -100,47 +103,45 @@ inline void VectorBase::add(Object* item) {
 // A null entry can only come from writing to v directly, bypassing add, and
 // means the list is corrupted.
 inline void VectorBase::clear() {
-  for (std::size_t i = 0; i < v.size(); ++i) {
-    HV_ASSERT(v[i] != NULL);
-    release(v[i]);
-  }
-  v.clear();
+    for (std::size_t i = 0; i < v.size(); ++i) {
+        HV_ASSERT(v[i] != NULL);
+        release(v[i]);
+    }
+    v.clear();
 }
 
 inline void VectorBase::remove(int i) {
-  HV_ASSERT(i >= 0 && i < size());
-  HV_ASSERT(v[i] != NULL);
-  release(v[i]);
-  v.erase(v.begin() + i);
+    HV_ASSERT(i >= 0 && i < size());
+    HV_ASSERT(v[i] != NULL);
+    release(v[i]);
+    v.erase(v.begin() + i);
 }
 
 inline void VectorBase::append(const VectorBase& src) {
-  const std::size_t first = v.size();
-  const std::size_t count = src.v.size();
-  // Appending a list to itself must not read the array while it grows.
-  if (&src == this) {
-    v.reserve(first + count);
-    for (std::size_t i = 0; i < count; ++i)
-      v.push_back(v[i]);
-  } else {
-    v.insert(v.end(), src.v.begin(), src.v.end());
-  }
-  for (std::size_t i = 0; i < count; ++i) {
-    HV_ASSERT(src.v[i] != NULL);
-    ++src.v[i]->refCount;
-  }
+    const std::size_t first = v.size();
+    const std::size_t count = src.v.size();
+    // Appending a list to itself must not read the array while it grows.
+    if (&src == this) {
+        v.reserve(first + count);
+        for (std::size_t i = 0; i < count; ++i) v.push_back(v[i]);
+    } else {
+        v.insert(v.end(), src.v.begin(), src.v.end());
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        HV_ASSERT(src.v[i] != NULL);
+        ++src.v[i]->refCount;
+    }
 }
 
 inline VectorBase& VectorBase::operator=(const VectorBase& src) {
-  if (&src == this)
+    if (&src == this) return *this;
+    clear();
+    v = src.v;
+    for (std::size_t i = 0; i < v.size(); ++i) {
+        HV_ASSERT(v[i] != NULL);
+        ++v[i]->refCount;
+    }
     return *this;
-  clear();
-  v = src.v;
-  for (std::size_t i = 0; i < v.size(); ++i) {
-    HV_ASSERT(v[i] != NULL);
-    ++v[i]->refCount;
-  }
-  return *this;
 }
 
 inline VectorBase::~VectorBase() { clear(); }

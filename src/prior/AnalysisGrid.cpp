@@ -19,7 +19,9 @@ namespace {
 // The engine reports on the console; the companion tells its own story.
 class QuietEngine {
 public:
-    QuietEngine() : printf_(IO::Printf), error_(IO::PrintError) { IO::Printf = IO::PrintError = &IO::NoPrint; }
+    QuietEngine() : printf_(IO::Printf), error_(IO::PrintError) {
+        IO::Printf = IO::PrintError = &IO::NoPrint;
+    }
     ~QuietEngine() {
         IO::Printf = printf_;
         IO::PrintError = error_;
@@ -41,11 +43,13 @@ void ReadSettings(MEMData3D& mem, const std::string& dataPath, bool negativeChan
     const int code = check_format(dataPath.c_str());
     if (code == kTypeCondition || code == kTypeOldCondition) {
         if (!p.ReadConditions(dataPath)) throw PriorError("cannot read the condition file " + dataPath);
-        if (!IsRegularFile(p.dataFile)) throw PriorError(dataPath + " names the data file " + p.dataFile + ", which does not exist");
+        if (!IsRegularFile(p.dataFile))
+            throw PriorError(dataPath + " names the data file " + p.dataFile + ", which does not exist");
         return;
     }
     if (code == kTypeUnsupported || code == kTypeAlb)
-        throw PriorError("unknown data format of " + dataPath + " (use .prf, .mem, .fcf or another data set of halvorin)");
+        throw PriorError("unknown data format of " + dataPath +
+                         " (use .prf, .mem, .fcf or another data set of halvorin)");
     p.dataFile = dataPath;
     p.fileType = code;
     if ((code == kTypeMEM || code == kTypeMEP) && negativeChannel) p.fileType += 1;
@@ -68,7 +72,8 @@ std::unique_ptr<MEMData3D> LoadAnalysis(const std::string& dataPath, bool negati
     mem->param.priorType = 0;
     QuietEngine quiet;
     if (!mem->ReadFobs()) throw PriorError("cannot read the data set " + mem->param.dataFile);
-    if (!mem->GridFitsMemory()) throw PriorError("the grid of " + mem->param.dataFile + " does not fit into memory");
+    if (!mem->GridFitsMemory())
+        throw PriorError("the grid of " + mem->param.dataFile + " does not fit into memory");
     if (mem->targetMoment[0] == 0.0 && mem->targetMoment[1] == 0.0)
         throw PriorError(mem->param.dataFile + " gives no F(000)");
     // The team size is the number of blocks, as in an analysis; the file's
@@ -104,7 +109,8 @@ std::vector<double> VoxelCharges(const MEMData3D& mem, const std::vector<double>
     std::vector<double> q;
     q.reserve(mem.NASYM);
     for (const ThreadData* b : mem.threads)
-        for (int v = 0; v < b->nVoxel; ++v) q.push_back(std::fabs(density[b->gridIndex[v]]) * mem.voxelVolume);
+        for (int v = 0; v < b->nVoxel; ++v)
+            q.push_back(std::fabs(density[b->gridIndex[v]]) * mem.voxelVolume);
     const double peak = q.empty() ? 0.0 : *std::max_element(q.begin(), q.end());
     for (double& x : q) x = std::max(x, 1e-9 * peak);
     return q;

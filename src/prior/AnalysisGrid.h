@@ -30,8 +30,8 @@ gemmi::UnitCell AnalysisCell(const MEMData3D& mem);
 // What was written.
 struct PriorWritten {
     std::string path;
-    double total[2] = {0.0, 0.0};    // integrated over the cell, per channel
-    double lowest[2] = {0.0, 0.0};   // the smallest magnitude of a voxel's density
+    double total[2] = {0.0, 0.0};   // integrated over the cell, per channel
+    double lowest[2] = {0.0, 0.0};  // the smallest magnitude of a voxel's density
 };
 
 // Blends (1 - w) procrystal + w uniform for each channel that the data have,

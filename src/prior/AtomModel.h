@@ -14,17 +14,17 @@ struct ModelSite {
     gemmi::Element element = gemmi::El::X;
     gemmi::Fractional fract;
     double occupancy = 1.0;
-    double uIso = 0.0;                  // square angstrom; used when the site has no uCif
+    double uIso = 0.0;  // square angstrom; used when the site has no uCif
     bool anisotropic = false;
     gemmi::SMat33<double> uCif = {0, 0, 0, 0, 0, 0};  // U11 U22 U33 U12 U13 U23 on the crystal axes
 };
 
 struct AtomModel {
-    std::string source;                 // file name, for messages
+    std::string source;  // file name, for messages
     gemmi::UnitCell cell;
-    std::string groupName;              // as the file names it, for messages
-    std::vector<gemmi::Op> ops;         // every operator of the group, lattice translations included
-    std::vector<ModelSite> sites;       // the asymmetric unit
+    std::string groupName;         // as the file names it, for messages
+    std::vector<gemmi::Op> ops;    // every operator of the group, lattice translations included
+    std::vector<ModelSite> sites;  // the asymmetric unit
     // A CIF occupancy is chemical: an atom on a special position counts once.
     // A SHELX occupancy already holds the site-symmetry fraction, so each of
     // the group's images of the site counts with it.

@@ -40,7 +40,8 @@ bool HasNegativeScatterer(const AtomModel& model) {
 void CheckNeutronElements(const AtomModel& model) {
     for (const ModelSite& s : model.sites)
         if (!gemmi::Neutron92<double>::has(s.element))
-            throw PriorError(model.source + ": atom " + s.label + " has no tabulated neutron scattering length");
+            throw PriorError(model.source + ": atom " + s.label +
+                             " has no tabulated neutron scattering length");
 }
 
 std::string GroupText(const MEMData3D& mem) {
@@ -55,23 +56,24 @@ AtomModel InDataSetting(const AtomModel& model, const MEMData3D& mem, const std:
     if (!OriginShifts(model.ops, dataOps).empty()) return model;
     *change = SettingChange(model.ops, dataOps);
     if (!*change)
-        throw PriorError("the model's space group " + model.groupName + " (" + std::to_string(model.ops.size()) +
-                         " operators) of " + model.source + " is not the data's " + GroupText(mem) +
-                         " in any origin or setting");
+        throw PriorError("the model's space group " + model.groupName + " (" +
+                         std::to_string(model.ops.size()) + " operators) of " + model.source +
+                         " is not the data's " + GroupText(mem) + " in any origin or setting");
     return ChangedBasis(model, **change);
 }
 
 // Of the origins that the group allows, the one the phases favour; one
 // console line gives the whole change of basis when it is not the identity.
-gemmi::Op::Tran ChooseOrigin(const AtomModel& model, const MEMData3D& mem, const std::vector<gemmi::Op>& dataOps,
-                             const std::optional<gemmi::Op>& change, Radiation radiation, FILE* out) {
+gemmi::Op::Tran ChooseOrigin(const AtomModel& model, const MEMData3D& mem,
+                             const std::vector<gemmi::Op>& dataOps, const std::optional<gemmi::Op>& change,
+                             Radiation radiation, FILE* out) {
     std::vector<gemmi::Op::Tran> shifts = OriginShifts(model.ops, dataOps);
     if (shifts.size() > kMostOrigins) shifts.resize(kMostOrigins);
     double correlation = 0.0;
-    const size_t best = shifts.size() == 1 ? 0
-                                           : BestOrigin(model, shifts, dataOps,
-                                                        PhasedReflections(mem, kReflectionsForOrigin), radiation,
-                                                        &correlation);
+    const size_t best =
+        shifts.size() == 1 ? 0
+                           : BestOrigin(model, shifts, dataOps, PhasedReflections(mem, kReflectionsForOrigin),
+                                        radiation, &correlation);
     const gemmi::Op::Tran t = shifts[best];
     if (!out) return t;
     if (change) {
@@ -79,12 +81,15 @@ gemmi::Op::Tran ChooseOrigin(const AtomModel& model, const MEMData3D& mem, const
         total.tran = t;
         // A CIF that lists only operators names no setting.
         const std::string setting = model.groupName.empty() ? "" : " " + model.groupName;
-        fprintf(out, "Change of basis: %s (the model's setting%s moved to the data's axes and origin; %zu origins "
-                     "fit the group, this one agrees best with the phases)\n",
+        fprintf(out,
+                "Change of basis: %s (the model's setting%s moved to the data's axes and origin; %zu origins "
+                "fit the group, this one agrees best with the phases)\n",
                 total.combine(*change).triplet().c_str(), setting.c_str(), shifts.size());
     } else if (t[0] || t[1] || t[2]) {
-        fprintf(out, "Change of basis: %s (the model's origin moved to the data's; %zu origins fit the group, "
-                     "this one agrees best with the phases)\n", ShiftText(t).c_str(), shifts.size());
+        fprintf(out,
+                "Change of basis: %s (the model's origin moved to the data's; %zu origins fit the group, "
+                "this one agrees best with the phases)\n",
+                ShiftText(t).c_str(), shifts.size());
     }
     return t;
 }
@@ -102,7 +107,8 @@ PriorWritten MakePrior(const PriorOptions& o, FILE* out) {
         CheckNeutronElements(read);
     }
     const Radiation radiation = neutron ? Radiation::Neutron : Radiation::Xray;
-    if (!UsableCell(AnalysisCell(*mem))) throw PriorError(mem->param.dataFile + ": the cell constants give no usable cell");
+    if (!UsableCell(AnalysisCell(*mem)))
+        throw PriorError(mem->param.dataFile + ": the cell constants give no usable cell");
     const std::vector<gemmi::Op> dataOps = DataOperators(mem->unitCell.symOp);
     std::optional<gemmi::Op> change;
     const AtomModel model = InDataSetting(read, *mem, dataOps, &change);
@@ -122,8 +128,10 @@ PriorWritten MakePrior(const PriorOptions& o, FILE* out) {
     if (!note.empty()) fprintf(out, "%s\n", note.c_str());
     const double edge = VoxelEdge(*mem);
     if (edge > kCoarseVoxel)
-        fprintf(out, "Note: voxels of up to %.2f A sample the atoms' cores coarsely; a grid of 0.1 A "
-                     "represents the model better\n", edge);
+        fprintf(out,
+                "Note: voxels of up to %.2f A sample the atoms' cores coarsely; a grid of 0.1 A "
+                "represents the model better\n",
+                edge);
     fprintf(out, "Model:         %s, %zu sites, %s\n", model.source.c_str(), model.sites.size(),
             neutron ? "neutron scattering lengths" : "X-ray form factors (IT92)");
     fprintf(out, "Data:          %s, %s, grid %d x %d x %d, %d voxels in the asymmetric unit\n",
@@ -134,7 +142,8 @@ PriorWritten MakePrior(const PriorOptions& o, FILE* out) {
     for (int c = 0; c < 2; ++c)
         if (mem->targetMoment[c] != 0.0)
             fprintf(out, "%s total %.4f (F(000) %.4f), lowest |density| %.4g per A^3\n",
-                    c == 0 ? "Positive:     " : "Negative:     ", w.total[c], mem->targetMoment[c], w.lowest[c]);
+                    c == 0 ? "Positive:     " : "Negative:     ", w.total[c], mem->targetMoment[c],
+                    w.lowest[c]);
     fprintf(out, "Prior:         %s\n", w.path.c_str());
     return w;
 }

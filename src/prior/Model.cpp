@@ -59,9 +59,12 @@ gemmi::Op ParseOperator(const std::string& text, const std::string& source) {
 AtomModel ReadModel(const std::string& path) {
     const std::string e = Extension(path);
     AtomModel model;
-    if (e == "cif") model = ReadCifModel(path);
-    else if (e == "res" || e == "ins") model = ReadResModel(path);
-    else throw PriorError("unknown model format of " + path + " (use .cif, .res or .ins)");
+    if (e == "cif")
+        model = ReadCifModel(path);
+    else if (e == "res" || e == "ins")
+        model = ReadResModel(path);
+    else
+        throw PriorError("unknown model format of " + path + " (use .cif, .res or .ins)");
     CheckModel(model);
     return model;
 }

@@ -12,8 +12,7 @@ namespace {
 
 const gemmi::cif::Block* BlockWithAtoms(const gemmi::cif::Document& doc) {
     for (const gemmi::cif::Block& block : doc.blocks)
-        if (const_cast<gemmi::cif::Block&>(block).find_values("_atom_site_fract_x"))
-            return &block;
+        if (const_cast<gemmi::cif::Block&>(block).find_values("_atom_site_fract_x")) return &block;
     return nullptr;
 }
 
@@ -24,7 +23,8 @@ std::vector<gemmi::Op> GroupOperators(gemmi::cif::Block& block, const std::strin
         gemmi::cif::Column column = block.find_values(tag);
         if (!column || column.length() == 0) continue;
         std::vector<gemmi::Op> ops;
-        for (const std::string& text : column) ops.push_back(ParseOperator(gemmi::cif::as_string(text), path));
+        for (const std::string& text : column)
+            ops.push_back(ParseOperator(gemmi::cif::as_string(text), path));
         return ops;
     }
     for (const char* tag : {"_space_group_name_Hall", "_symmetry_space_group_name_Hall"})
@@ -32,7 +32,8 @@ std::vector<gemmi::Op> GroupOperators(gemmi::cif::Block& block, const std::strin
             name = gemmi::cif::as_string(*value);
             // The symbol's change of basis is an operator text: check it first.
             const size_t open = name.find('(');
-            if (open != std::string::npos) ParseOperator(name.substr(open + 1, name.find(')', open) - open - 1), path);
+            if (open != std::string::npos)
+                ParseOperator(name.substr(open + 1, name.find(')', open) - open - 1), path);
             return gemmi::symops_from_hall(name.c_str()).all_ops_sorted();
         }
     for (const char* tag : {"_space_group_name_H-M_alt", "_symmetry_space_group_name_H-M"})
@@ -48,8 +49,8 @@ std::vector<gemmi::Op> GroupOperators(gemmi::cif::Block& block, const std::strin
 // The cell, or a cell that is not a crystal's when a constant is missing.
 gemmi::UnitCell ReadCell(gemmi::cif::Block& block) {
     gemmi::UnitCell cell;
-    gemmi::cif::Table t = block.find("_cell_", {"length_a", "length_b", "length_c", "angle_alpha", "angle_beta",
-                                                "angle_gamma"});
+    gemmi::cif::Table t = block.find(
+        "_cell_", {"length_a", "length_b", "length_c", "angle_alpha", "angle_beta", "angle_gamma"});
     if (!t.ok()) return cell;
     auto row = t.one();
     double c[6];
@@ -68,8 +69,9 @@ std::vector<ModelSite> ReadSites(gemmi::cif::Block& block) {
     using gemmi::cif::as_string;
     enum { kLabel, kSymbol, kX, kY, kZ, kUiso, kBiso, kOcc };
     std::vector<ModelSite> sites;
-    gemmi::cif::Table atoms = block.find("_atom_site_", {"label", "?type_symbol", "fract_x", "fract_y", "fract_z",
-                                                         "?U_iso_or_equiv", "?B_iso_or_equiv", "?occupancy"});
+    gemmi::cif::Table atoms =
+        block.find("_atom_site_", {"label", "?type_symbol", "fract_x", "fract_y", "fract_z",
+                                   "?U_iso_or_equiv", "?B_iso_or_equiv", "?occupancy"});
     for (auto row : atoms) {
         ModelSite site;
         site.label = as_string(row[kLabel]);
@@ -79,12 +81,15 @@ std::vector<ModelSite> ReadSites(gemmi::cif::Block& block) {
         site.element = parsed.element;
         if (site.element == gemmi::El::X) site.label += " (" + symbol + ")";
         site.fract = gemmi::Fractional(as_number(row[kX]), as_number(row[kY]), as_number(row[kZ]));
-        if (row.has(kUiso)) site.uIso = as_number(row[kUiso], 0.0);
-        else if (row.has(kBiso)) site.uIso = as_number(row[kBiso], 0.0) / gemmi::u_to_b();
+        if (row.has(kUiso))
+            site.uIso = as_number(row[kUiso], 0.0);
+        else if (row.has(kBiso))
+            site.uIso = as_number(row[kBiso], 0.0) / gemmi::u_to_b();
         if (row.has(kOcc)) site.occupancy = as_number(row[kOcc], 1.0);
         sites.push_back(site);
     }
-    for (auto row : block.find("_atom_site_aniso_", {"label", "U_11", "U_22", "U_33", "U_12", "U_13", "U_23"})) {
+    for (auto row :
+         block.find("_atom_site_aniso_", {"label", "U_11", "U_22", "U_33", "U_12", "U_13", "U_23"})) {
         const std::string label = row.str(0);
         for (ModelSite& site : sites) {
             if (site.label != label) continue;

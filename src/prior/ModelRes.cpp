@@ -81,9 +81,13 @@ gemmi::Op Inverted(const gemmi::Op& op) {
 std::vector<gemmi::Op> ExpandLattice(const std::vector<gemmi::Op>& symm, int latt) {
     using Tr = gemmi::Op::Tran;
     const int h = gemmi::Op::DEN / 2, t = gemmi::Op::DEN / 3;
-    static const std::map<int, std::vector<Tr>> centring = {
-        {1, {}}, {2, {{h, h, h}}}, {3, {{2 * t, t, t}, {t, 2 * t, 2 * t}}},
-        {4, {{0, h, h}, {h, 0, h}, {h, h, 0}}}, {5, {{0, h, h}}}, {6, {{h, 0, h}}}, {7, {{h, h, 0}}}};
+    static const std::map<int, std::vector<Tr>> centring = {{1, {}},
+                                                            {2, {{h, h, h}}},
+                                                            {3, {{2 * t, t, t}, {t, 2 * t, 2 * t}}},
+                                                            {4, {{0, h, h}, {h, 0, h}, {h, h, 0}}},
+                                                            {5, {{0, h, h}}},
+                                                            {6, {{h, 0, h}}},
+                                                            {7, {{h, h, 0}}}};
     std::vector<gemmi::Op> ops = {gemmi::Op::identity()};
     ops.insert(ops.end(), symm.begin(), symm.end());
     if (latt > 0) {
@@ -91,7 +95,8 @@ std::vector<gemmi::Op> ExpandLattice(const std::vector<gemmi::Op>& symm, int lat
         for (size_t i = 0; i < n; ++i) ops.push_back(Inverted(ops[i]));
     }
     const auto it = centring.find(std::abs(latt));
-    if (it == centring.end()) throw PriorError("LATT " + std::to_string(latt) + " is not a lattice type (1 to 7)");
+    if (it == centring.end())
+        throw PriorError("LATT " + std::to_string(latt) + " is not a lattice type (1 to 7)");
     const size_t n = ops.size();
     for (const Tr& c : it->second)
         for (size_t i = 0; i < n; ++i) ops.push_back(ops[i].translated(c).wrap());
@@ -129,7 +134,8 @@ void ReadAtom(ResState& s, const std::vector<std::string>& w, const std::string&
     std::vector<double> v;
     for (size_t i = 1; i < w.size(); ++i) {
         double x = 0.0;
-        if (!ToNumber(w[i], x)) throw PriorError(path + ": atom " + w[0] + ": '" + w[i] + "' is not a number");
+        if (!ToNumber(w[i], x))
+            throw PriorError(path + ": atom " + w[0] + ": '" + w[i] + "' is not a number");
         v.push_back(x);
     }
     if (v.size() < 6) throw PriorError(path + ": atom " + w[0] + " needs a type, x, y, z, occupancy and U");
@@ -144,7 +150,7 @@ void ReadAtom(ResState& s, const std::vector<std::string>& w, const std::string&
     if (v.size() >= 11) {
         // U11 U22 U33 U23 U13 U12
         site.anisotropic = true;
-        site.uCif = {Decode(v[5], s.fvar), Decode(v[6], s.fvar), Decode(v[7], s.fvar),
+        site.uCif = {Decode(v[5], s.fvar),  Decode(v[6], s.fvar), Decode(v[7], s.fvar),
                      Decode(v[10], s.fvar), Decode(v[9], s.fvar), Decode(v[8], s.fvar)};
         s.lastUeq = (site.uCif.u11 + site.uCif.u22 + site.uCif.u33) / 3.0;
     } else if (v[5] < 0.0 && v[5] > -5.0) {
@@ -164,7 +170,8 @@ void ReadLine(ResState& s, const std::vector<std::string>& w, const std::string&
         double c[7] = {};
         if (w.size() < 8) throw PriorError(path + ": CELL needs a wavelength and six constants");
         for (int i = 0; i < 7; ++i)
-            if (!ToNumber(w[i + 1], c[i])) throw PriorError(path + ": CELL: '" + w[i + 1] + "' is not a number");
+            if (!ToNumber(w[i + 1], c[i]))
+                throw PriorError(path + ": CELL: '" + w[i + 1] + "' is not a number");
         if (c[1] <= 0 || c[2] <= 0 || c[3] <= 0 || c[4] <= 0 || c[5] <= 0 || c[6] <= 0 || c[4] >= 180 ||
             c[5] >= 180 || c[6] >= 180)
             throw PriorError(path + ": CELL constants out of range");

@@ -58,7 +58,8 @@ std::vector<gemmi::Op> DataOperators(const ObjVector<MatrixD>& symOp) {
     return ops;
 }
 
-std::vector<gemmi::Op::Tran> OriginShifts(const std::vector<gemmi::Op>& model, const std::vector<gemmi::Op>& data) {
+std::vector<gemmi::Op::Tran> OriginShifts(const std::vector<gemmi::Op>& model,
+                                          const std::vector<gemmi::Op>& data) {
     std::set<OpKey> wanted;
     for (const gemmi::Op& op : data) wanted.insert(Key(op));
     std::set<OpKey> given;
@@ -114,9 +115,10 @@ std::string CompareCells(const gemmi::UnitCell& model, const std::string& modelN
     for (int i = 0; i < 3; ++i) worstLength = std::max(worstLength, std::fabs(m[i] / data[i] - 1.0));
     for (int i = 3; i < 6; ++i) worstAngle = std::max(worstAngle, std::fabs(m[i] - data[i]));
     char cells[9000];
-    snprintf(cells, sizeof cells, "%.4f %.4f %.4f %.3f %.3f %.3f of %s and %.4f %.4f %.4f %.3f %.3f %.3f of %s",
-             m[0], m[1], m[2], m[3], m[4], m[5], modelName.c_str(), data[0], data[1], data[2], data[3], data[4],
-             data[5], dataName.c_str());
+    snprintf(cells, sizeof cells,
+             "%.4f %.4f %.4f %.3f %.3f %.3f of %s and %.4f %.4f %.4f %.3f %.3f %.3f of %s", m[0], m[1], m[2],
+             m[3], m[4], m[5], modelName.c_str(), data[0], data[1], data[2], data[3], data[4], data[5],
+             dataName.c_str());
     if (!(worstLength <= 0.01) || !(worstAngle <= 0.5))
         throw PriorError("the cells " + std::string(cells) +
                          " differ by more than 1 % in a length or 0.5 degrees in an angle");

@@ -18,9 +18,10 @@ std::complex<double> StructureFactor(const AtomModel& model, const std::vector<M
     std::complex<double> f = 0.0;
     for (const ModelSite& s : sites) {
         const AtomDisplacement d = DisplacementOf(s, model.cell);
-        const double b = d.anisotropic ? 78.95683520871486 * (d.uCart.u11 + d.uCart.u22 + d.uCart.u33) / 3.0 : d.bIso;
-        const double amplitude = ImageWeight(s, model, ops) * ScatteringFactor(s.element, r.stol2, radiation) *
-                                 std::exp(-b * r.stol2);
+        const double b =
+            d.anisotropic ? 78.95683520871486 * (d.uCart.u11 + d.uCart.u22 + d.uCart.u33) / 3.0 : d.bIso;
+        const double amplitude = ImageWeight(s, model, ops) *
+                                 ScatteringFactor(s.element, r.stol2, radiation) * std::exp(-b * r.stol2);
         for (const gemmi::Op& g : ops) {
             const std::array<double, 3> x = g.apply_to_xyz({s.fract.x, s.fract.y, s.fract.z});
             const double phase = kTwoPi * (r.hkl[0] * x[0] + r.hkl[1] * x[1] + r.hkl[2] * x[2]);
@@ -30,8 +31,9 @@ std::complex<double> StructureFactor(const AtomModel& model, const std::vector<M
     return f;
 }
 
-double Correlation(const AtomModel& model, const std::vector<ModelSite>& sites, const std::vector<gemmi::Op>& ops,
-                   const std::vector<PhasedReflection>& data, Radiation radiation) {
+double Correlation(const AtomModel& model, const std::vector<ModelSite>& sites,
+                   const std::vector<gemmi::Op>& ops, const std::vector<PhasedReflection>& data,
+                   Radiation radiation) {
     double cross = 0.0, calc = 0.0, obs = 0.0;
     for (const PhasedReflection& r : data) {
         const std::complex<double> f = StructureFactor(model, sites, ops, r, radiation);

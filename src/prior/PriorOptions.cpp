@@ -62,16 +62,24 @@ PriorOptions ParsePriorOptions(int argc, char** argv) {
             if (i + 1 >= argc) throw PriorError("option " + arg + " needs a value");
             return argv[++i];
         };
-        if (arg == "-h" || arg == "--help") o.help = true;
-        else if (arg == "-q" || arg == "--quiet") o.quiet = true;
-        else if (arg == "--neutron") o.neutron = true;
-        else if (arg == "-w" || arg == "--uniform-fraction") o.uniformFraction = ParseFraction(arg, value());
+        if (arg == "-h" || arg == "--help")
+            o.help = true;
+        else if (arg == "-q" || arg == "--quiet")
+            o.quiet = true;
+        else if (arg == "--neutron")
+            o.neutron = true;
+        else if (arg == "-w" || arg == "--uniform-fraction")
+            o.uniformFraction = ParseFraction(arg, value());
         else if (arg.rfind("--uniform-fraction=", 0) == 0)
             o.uniformFraction = ParseFraction("--uniform-fraction", arg.c_str() + 19);
-        else if (arg.size() > 1 && arg[0] == '-') throw PriorError("unknown option " + arg + " (see --help)");
-        else if (positional == 0) o.model = arg, ++positional;
-        else if (positional == 1) o.data = arg, ++positional;
-        else throw PriorError("more than a model and a data file given");
+        else if (arg.size() > 1 && arg[0] == '-')
+            throw PriorError("unknown option " + arg + " (see --help)");
+        else if (positional == 0)
+            o.model = arg, ++positional;
+        else if (positional == 1)
+            o.data = arg, ++positional;
+        else
+            throw PriorError("more than a model and a data file given");
     }
     if (!o.help && positional < 2) throw PriorError("a model and a data file are needed (see --help)");
     return o;

@@ -57,7 +57,8 @@ bool PositiveDefinite(const gemmi::SMat33<double>& u, double floor) {
 }
 
 template <class Table>
-std::vector<double> AtomsOnGrid(const std::vector<gemmi::Atom>& atoms, const gemmi::UnitCell& cell, const int* n) {
+std::vector<double> AtomsOnGrid(const std::vector<gemmi::Atom>& atoms, const gemmi::UnitCell& cell,
+                                const int* n) {
     gemmi::DensityCalculator<Table, double> calc;
     calc.grid.set_unit_cell(cell);
     calc.grid.set_size_without_checking(n[0], n[1], n[2]);
@@ -79,9 +80,12 @@ std::vector<double> SumOverGroup(const std::vector<double>& in, const int* n, co
                     double sum = 0.0;
                     for (int k = 0; k < nOps; ++k) {
                         const int* o = &ops[16 * k];
-                        const int xi = WrapIndex(static_cast<long long>(o[0]) * x + o[4] * y + o[8] * z + o[12], n[0]);
-                        const int yi = WrapIndex(static_cast<long long>(o[1]) * x + o[5] * y + o[9] * z + o[13], n[1]);
-                        const int zi = WrapIndex(static_cast<long long>(o[2]) * x + o[6] * y + o[10] * z + o[14], n[2]);
+                        const int xi =
+                            WrapIndex(static_cast<long long>(o[0]) * x + o[4] * y + o[8] * z + o[12], n[0]);
+                        const int yi =
+                            WrapIndex(static_cast<long long>(o[1]) * x + o[5] * y + o[9] * z + o[13], n[1]);
+                        const int zi =
+                            WrapIndex(static_cast<long long>(o[2]) * x + o[6] * y + o[10] * z + o[14], n[2]);
                         sum += in[xi + static_cast<size_t>(n[0]) * (yi + static_cast<size_t>(n[1]) * zi)];
                     }
                     out[x + static_cast<size_t>(n[0]) * (y + static_cast<size_t>(n[1]) * z)] = sum;
@@ -151,11 +155,14 @@ ProcrystalGrids ComputeProcrystal(const AtomModel& model, const std::vector<Mode
     }
     ProcrystalGrids out;
     if (radiation == Radiation::Xray) {
-        out.plus = SumOverGroup(AtomsOnGrid<gemmi::IT92<double>>(positive, cell, gridSize), gridSize, gridOps);
+        out.plus =
+            SumOverGroup(AtomsOnGrid<gemmi::IT92<double>>(positive, cell, gridSize), gridSize, gridOps);
         return out;
     }
-    out.plus = SumOverGroup(AtomsOnGrid<gemmi::Neutron92<double>>(positive, cell, gridSize), gridSize, gridOps);
+    out.plus =
+        SumOverGroup(AtomsOnGrid<gemmi::Neutron92<double>>(positive, cell, gridSize), gridSize, gridOps);
     if (!negative.empty())
-        out.minus = SumOverGroup(AtomsOnGrid<gemmi::Neutron92<double>>(negative, cell, gridSize), gridSize, gridOps);
+        out.minus =
+            SumOverGroup(AtomsOnGrid<gemmi::Neutron92<double>>(negative, cell, gridSize), gridSize, gridOps);
     return out;
 }

@@ -31,7 +31,8 @@ bool SameGroupUpToOrigin(const std::vector<gemmi::Op>& a, const std::vector<gemm
 
 }  // namespace
 
-std::optional<gemmi::Op> SettingChange(const std::vector<gemmi::Op>& model, const std::vector<gemmi::Op>& data) {
+std::optional<gemmi::Op> SettingChange(const std::vector<gemmi::Op>& model,
+                                       const std::vector<gemmi::Op>& data) {
     const gemmi::SpaceGroup* m = gemmi::find_spacegroup_by_ops(Group(model));
     const gemmi::SpaceGroup* d = gemmi::find_spacegroup_by_ops(Group(data));
     if (!m || !d || m->number != d->number) return std::nullopt;

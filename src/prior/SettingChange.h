@@ -11,7 +11,8 @@
 // found through the reference settings of gemmi's tables and checked by
 // comparing the operator sets. None when either group is not tabulated or
 // the two are not one group.
-std::optional<gemmi::Op> SettingChange(const std::vector<gemmi::Op>& model, const std::vector<gemmi::Op>& data);
+std::optional<gemmi::Op> SettingChange(const std::vector<gemmi::Op>& model,
+                                       const std::vector<gemmi::Op>& data);
 
 // The model with its cell, operators, coordinates and anisotropic
 // displacements expressed in the basis that C leads to.

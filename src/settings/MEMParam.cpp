@@ -105,9 +105,13 @@ std::string ask(const char* text, const std::string& kept) {
     return answer(kept);
 }
 
-void askInt(const char* text, int& field) { ScanKeeping(ask(text, std::to_string(field)).c_str(), "%d", &field); }
+void askInt(const char* text, int& field) {
+    ScanKeeping(ask(text, std::to_string(field)).c_str(), "%d", &field);
+}
 void askFloat(const char* text, float& field) { ScanKeeping(ask(text, asText(field)).c_str(), "%f", &field); }
-void askDouble(const char* text, double& field) { ScanKeeping(ask(text, asText(field)).c_str(), "%lf", &field); }
+void askDouble(const char* text, double& field) {
+    ScanKeeping(ask(text, asText(field)).c_str(), "%lf", &field);
+}
 
 }  // namespace
 
@@ -201,8 +205,8 @@ bool MEMParam::ReadConditions(const std::string& conditionFile) {
         case kLineMaxCycles: ScanKeeping(line, "%d", &maxCycles); break;
         case kLineFractions:
             ScanKeeping(line, kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1], &lambdaFraction[2],
-                   &lambdaFraction[3], &lambdaFraction[4], &lambdaFraction[5], &lambdaFraction[6],
-                   &lambdaFraction[7]);
+                        &lambdaFraction[3], &lambdaFraction[4], &lambdaFraction[5], &lambdaFraction[6],
+                        &lambdaFraction[7]);
             break;
         case kLinePrior: ScanKeeping(line, "%d", &priorType); break;
         case kLineResolution: ScanKeeping(line, "%lf", &gridResolution); break;
@@ -329,8 +333,9 @@ void MEMParam::askQuestions() {
     std::string kept = asText(lambdaFraction[0]);
     for (int k = 1; k < 8; ++k) kept += " " + asText(lambdaFraction[k]);
     const std::string fractions = ask(_option_text[12], kept);
-    ScanKeeping(fractions.c_str(), kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1], &lambdaFraction[2],
-           &lambdaFraction[3], &lambdaFraction[4], &lambdaFraction[5], &lambdaFraction[6], &lambdaFraction[7]);
+    ScanKeeping(fractions.c_str(), kFractionsFormat, &lambdaFraction[0], &lambdaFraction[1],
+                &lambdaFraction[2], &lambdaFraction[3], &lambdaFraction[4], &lambdaFraction[5],
+                &lambdaFraction[6], &lambdaFraction[7]);
     if (algorithm != 0) askInt(_option_text[13], priorType);
     askInt(_option_text[14], savePreferences);
     askInt(_option_text[15], maxCycles);

@@ -53,21 +53,30 @@ AnalysisSummary ReadReportSummary(const std::string& path) {
     while (std::getline(in, line)) {
         const std::string text = trimmed(line);
         if (text.find("List of structure factors") != std::string::npos) break;
-        if (text.compare(0, 19, "MEM data set file: ") == 0) s.dataSet = text.substr(19);
-        else if (text.find("in the unit cell (neutron diffraction):") == 0) labelNext = true;
+        if (text.compare(0, 19, "MEM data set file: ") == 0)
+            s.dataSet = text.substr(19);
+        else if (text.find("in the unit cell (neutron diffraction):") == 0)
+            labelNext = true;
         else if (labelNext && !text.empty()) {
             s.algorithm = shortAlgorithmName(text);
             labelNext = false;
-        } else if (text.find("End of MEM analysis") != std::string::npos) result = true;
-        else if (!result) continue;
-        else if (text.compare(0, 18, "Number of cycles =") == 0) s.cycles = valueAfter(text, "=");
+        } else if (text.find("End of MEM analysis") != std::string::npos)
+            result = true;
+        else if (!result)
+            continue;
+        else if (text.compare(0, 18, "Number of cycles =") == 0)
+            s.cycles = valueAfter(text, "=");
         else if (text.compare(0, 8, "CONSTR =") == 0) {
             s.constr = valueAfter(text, "CONSTR =");
             s.rf = valueAfter(text, "RF =");
-        } else if (text.compare(0, 9, "wCONSTR =") == 0) s.wrf = valueAfter(text, "wRF =");
-        else if (text == "The constraints have been satisfied.") verdict = s.satisfied = true;
-        else if (text == "The constraints have not been satisfied.") verdict = true;
-        else if (text.compare(0, 20, "Total Elapsed time =") == 0) s.seconds = valueAfter(text, "=");
+        } else if (text.compare(0, 9, "wCONSTR =") == 0)
+            s.wrf = valueAfter(text, "wRF =");
+        else if (text == "The constraints have been satisfied.")
+            verdict = s.satisfied = true;
+        else if (text == "The constraints have not been satisfied.")
+            verdict = true;
+        else if (text.compare(0, 20, "Total Elapsed time =") == 0)
+            s.seconds = valueAfter(text, "=");
     }
     require(!s.dataSet.empty(), path, "data set file");
     require(!s.algorithm.empty(), path, "algorithm");

@@ -15,11 +15,11 @@ struct AnalysisSummary {
     std::string dataSet;    // the data file the report names
     std::string algorithm;  // short name: ZSPA, L-BFGS, Cambridge, testing, ...
     std::string cycles;
-    std::string constr;     // CONSTR at the end
+    std::string constr;  // CONSTR at the end
     std::string rf;
     std::string wrf;
     bool satisfied = false;  // the report's verdict on the constraints
-    std::string seconds;    // total elapsed time
+    std::string seconds;     // total elapsed time
 };
 
 // Reads the report at `path`. Throws SummaryError naming what is missing.

@@ -19,6 +19,6 @@ void WriteElapsedTimes(FILE* f, long timePrepMs, long timeMEMMs) {
     fprintf(f, "     Preparations for MEM analysis = %9.3f s\n", timePrepMs / 1000.0);
     fprintf(f, "                      MEM analysis = %9.3f s\n", timeMEMMs / 1000.0);
     fprintf(f, "                Total Elapsed time = %9.3f s\n", total / 1000.0);
-    fprintf(f, "                                             (  %ld h  %ld m %ld s)\n\n",
-            span.hours, span.minutes, span.seconds);
+    fprintf(f, "                                             (  %ld h  %ld m %ld s)\n\n", span.hours,
+            span.minutes, span.seconds);
 }

@@ -11,8 +11,7 @@
 
 // The number of fields filled, 0 rather than EOF for an empty text: the caller
 // decides what a line with fewer fields means (it is dropped, or ends a block).
-[[nodiscard]] int ScanFields(const char* text, const char* format, ...)
-    __attribute__((format(scanf, 2, 3)));
+[[nodiscard]] int ScanFields(const char* text, const char* format, ...) __attribute__((format(scanf, 2, 3)));
 
 // For header and settings lines, where each field that scans is taken and each
 // one that does not keeps its value (its default, or what an earlier line gave).

@@ -13,10 +13,9 @@ struct ExtensionRule {
 // Tried in order by substring, first match wins: "baymem" must come before
 // "mem", and the condition-file words before the data-set words.
 const ExtensionRule kRules[] = {
-    {"prf", kTypeCondition}, {"alb", kTypeAlb},       {"omra", kTypeOldCondition},
-    {"baymem", kTypeBayMEM}, {"mem", kTypeMEM},       {"fos", kTypeFOS},
-    {"fcf", kTypeFCF},       {"mep", kTypeMEP},       {"ffo", kTypeFFO},
-    {"hkl", kTypeHKL},
+    {"prf", kTypeCondition}, {"alb", kTypeAlb}, {"omra", kTypeOldCondition}, {"baymem", kTypeBayMEM},
+    {"mem", kTypeMEM},       {"fos", kTypeFOS}, {"fcf", kTypeFCF},           {"mep", kTypeMEP},
+    {"ffo", kTypeFFO},       {"hkl", kTypeHKL},
 };
 
 }  // namespace

@@ -31,9 +31,7 @@ std::string currentDir() {
     return buf;
 }
 
-bool startsAbsolute(const std::string& path) {
-    return !path.empty() && (path[0] == '/' || path[0] == '~');
-}
+bool startsAbsolute(const std::string& path) { return !path.empty() && (path[0] == '/' || path[0] == '~'); }
 
 // Cuts `path` at its last '/', which goes too; the root itself stays. Without
 // any '/', the path stays whole or becomes empty as asked.
@@ -142,8 +140,7 @@ void toRelativePath(std::string& path, const std::string& base) {
     if (from.size() > 1 && from.back().empty()) from.pop_back();  // the root "/" itself
     size_t common = 0;
     // The last component of `path` is the file itself and never counts as shared.
-    while (common < from.size() && common + 1 < target.size() && from[common] == target[common])
-        ++common;
+    while (common < from.size() && common + 1 < target.size() && from[common] == target[common]) ++common;
 
     std::string result;
     for (size_t k = common; k < from.size(); ++k) result += "../";

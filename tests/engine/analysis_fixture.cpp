@@ -13,8 +13,7 @@ namespace {
 
 // Puts the cell, its matrices and the expanded operators of `group` into uc.
 void ChooseGroup(UnitCell& uc, const TestGroup& group, const std::array<float, 6>& cell) {
-    if (!LoadedTable().ok)
-        throw std::runtime_error("space-group tables not generated");
+    if (!LoadedTable().ok) throw std::runtime_error("space-group tables not generated");
     std::copy(cell.begin(), cell.end(), uc.cell);
     uc.orthoMatrix.SetC2Ortho(uc.cell);
     uc.orthoInverse.Initialize(uc.orthoMatrix, 'I', 1.0);
@@ -36,8 +35,7 @@ int AddReflection(MEMData3D& mem, const std::array<int, 3>& h, int friedel) {
 void AddDistinct(MEMData3D& mem, const std::vector<std::array<int, 3>>& candidates, bool keepAbsent) {
     std::vector<std::array<int, 3>> seen;
     for (const auto& h : candidates) {
-        if (std::find(seen.begin(), seen.end(), h) != seen.end())
-            continue;
+        if (std::find(seen.begin(), seen.end(), h) != seen.end()) continue;
         if (AddReflection(mem, h, 1 - mem.unitCell.centric) > 0 && !keepAbsent) {
             mem.reflections.remove(mem.reflections.size() - 1);
             continue;
@@ -52,11 +50,11 @@ void AddDistinct(MEMData3D& mem, const std::vector<std::array<int, 3>>& candidat
 
 const TestGroup& GroupBySymbol(const std::string& symbol) {
     static const std::vector<TestGroup> groups = {
-        {"P 1", 1, 1},          {"P -1", 2, 1},     {"P 21/c", 14, 1},   {"P 42/m n m", 136, 1}, {"F m -3 m", 225, 1},
-        {"R -3 m", 166, 1},     {"P 63/m m c", 194, 1}, {"P 32 2 1", 154, 1}, {"P 21 21 21", 19, 1}};
+        {"P 1", 1, 1},          {"P -1", 2, 1},       {"P 21/c", 14, 1},
+        {"P 42/m n m", 136, 1}, {"F m -3 m", 225, 1}, {"R -3 m", 166, 1},
+        {"P 63/m m c", 194, 1}, {"P 32 2 1", 154, 1}, {"P 21 21 21", 19, 1}};
     for (const TestGroup& group : groups)
-        if (group.name == symbol)
-            return group;
+        if (group.name == symbol) return group;
     throw std::invalid_argument("no test group " + symbol);
 }
 
@@ -73,8 +71,7 @@ std::unique_ptr<MEMData3D> MakeAnalysis(const AnalysisSpec& spec) {
     std::copy(spec.grid.begin(), spec.grid.end(), mem->gridSize);
     mem->voxelVolume = uc.orthoMatrix.Determinant() / (double(spec.grid[0]) * spec.grid[1] * spec.grid[2]);
 
-    for (const auto& h : spec.unobserved)
-        AddReflection(*mem, h, 1);
+    for (const auto& h : spec.unobserved) AddReflection(*mem, h, 1);
     mem->nRefUnobs = static_cast<int>(spec.unobserved.size());
     AddDistinct(*mem, spec.hkl, spec.keepAbsent);
     for (int size : spec.groups) {
@@ -84,14 +81,11 @@ std::unique_ptr<MEMData3D> MakeAnalysis(const AnalysisSpec& spec) {
     mem->nGroups = static_cast<int>(spec.groups.size());
     mem->nRefF = mem->reflections.size() - mem->nRefUnobs - mem->nRefG;
     std::vector<std::array<int, 3>> extra;
-    if (spec.withOrigin)
-        extra.push_back({0, 0, 0});
+    if (spec.withOrigin) extra.push_back({0, 0, 0});
     const std::size_t nExtra = extra.size() + spec.extraE;
     for (int h = 1; extra.size() < nExtra; ++h)
-        for (int k = -h; k <= h && extra.size() < nExtra; ++k)
-            extra.push_back({h, k, h + k});
-    for (const auto& h : extra)
-        AddReflection(*mem, h, 1 - uc.centric);
+        for (int k = -h; k <= h && extra.size() < nExtra; ++k) extra.push_back({h, k, h + k});
+    for (const auto& h : extra) AddReflection(*mem, h, 1 - uc.centric);
     mem->nRefE = static_cast<int>(extra.size());
     mem->AllocateMemory();
 
@@ -133,8 +127,7 @@ std::unique_ptr<MEMData3D> MakePreparedAnalysis(const AnalysisSpec& spec) {
 std::unique_ptr<MEMData3D> MakeTransformAnalysis(AnalysisSpec spec) {
     for (spec.extraE = std::max(spec.extraE, 16);; spec.extraE *= 2) {
         auto mem = MakePreparedAnalysis(spec);
-        if (mem->useFFT)
-            return mem;
+        if (mem->useFFT) return mem;
     }
 }
 
@@ -154,13 +147,11 @@ void RandomiseDensity(MEMData3D& mem, unsigned seed) {
         for (int v = 0; v < b->nVoxel; ++v) {
             b->rho1[v] = b->rho1Old[v] = unit(random) * mem.targetMoment[0] / mem.nVoxelCell;
         }
-    for (ThreadData* b : mem.threads)
-        b->Add_Rho12();
+    for (ThreadData* b : mem.threads) b->Add_Rho12();
     mem.CalcFcalc(0);
 }
 
 void WeighAllOrders(MEMData3D& mem) {
     mem.param.algorithm = 1;
-    for (int c = 0; c < 8; ++c)
-        mem.param.lambdaFraction[c] = 1.0 / (c + 1);
+    for (int c = 0; c < 8; ++c) mem.param.lambdaFraction[c] = 1.0 / (c + 1);
 }

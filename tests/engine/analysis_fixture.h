@@ -38,12 +38,12 @@ struct AnalysisSpec {
     std::array<float, 6> cell;
     std::array<int, 3> grid;
     std::vector<std::array<int, 3>> hkl;  // candidates; absent and equivalent ones are dropped
-    std::vector<int> groups = {};  // sizes of overlap groups made of the last accepted candidates
-    int extraE = 0;            // report-only reflections appended, to tip the cost rule to FFT
-    bool withOrigin = false;   // (0 0 0) as the first report-only reflection
+    std::vector<int> groups = {};         // sizes of overlap groups made of the last accepted candidates
+    int extraE = 0;                       // report-only reflections appended, to tip the cost rule to FFT
+    bool withOrigin = false;              // (0 0 0) as the first report-only reflection
     double F000 = 100.0;
     unsigned seed = 1;
-    bool keepAbsent = false;   // keep systematically absent candidates as individual reflections
+    bool keepAbsent = false;  // keep systematically absent candidates as individual reflections
     std::vector<std::array<int, 3>> unobserved = {};  // generated reflections at the head of the list
 };
 

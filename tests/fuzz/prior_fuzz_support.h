@@ -24,7 +24,8 @@ inline void FuzzModel(const uint8_t* data, size_t size, const char* extension) {
     const int grid[3] = {6, 6, 6};
     std::vector<int> identity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
     for (Radiation r : {Radiation::Xray, Radiation::Neutron}) {
-        const ProcrystalGrids g = ComputeProcrystal(model, model.sites, model.cell, grid, model.ops, identity, r);
+        const ProcrystalGrids g =
+            ComputeProcrystal(model, model.sites, model.cell, grid, model.ops, identity, r);
         for (double v : g.plus)
             if (!std::isfinite(v)) abort();
     }

@@ -22,7 +22,8 @@ int main(int argc, char** argv) {
         std::sort(files.begin(), files.end());
         for (const std::string& file : files) {
             std::ifstream in(file, std::ios::binary);
-            const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+            const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in),
+                                             std::istreambuf_iterator<char>()};
             const bool seed = file.find('.', file.rfind('/')) != std::string::npos;
             for (int cut = seed ? 0 : 32; cut <= 32; ++cut, ++passed)
                 LLVMFuzzerTestOneInput(bytes.data(), bytes.size() * cut / 32);

@@ -12,8 +12,9 @@ TEST(ParsePlane, AcceptsMillerIndicesAndCellFaces) {
     const struct {
         const char* text;
         std::array<int, 3> hkl;
-    } cases[] = {{"ab", {0, 0, 1}}, {"bc", {1, 0, 0}}, {"ca", {0, 1, 0}},      {"1,1,0", {1, 1, 0}},
-                 {"1 -1 2", {1, -1, 2}}, {"1-10", {1, -1, 0}}, {"-1-1-1", {-1, -1, -1}}, {"12,0,3", {12, 0, 3}}};
+    } cases[] = {{"ab", {0, 0, 1}},        {"bc", {1, 0, 0}},      {"ca", {0, 1, 0}},
+                 {"1,1,0", {1, 1, 0}},     {"1 -1 2", {1, -1, 2}}, {"1-10", {1, -1, 0}},
+                 {"-1-1-1", {-1, -1, -1}}, {"12,0,3", {12, 0, 3}}};
     for (const auto& c : cases) EXPECT_EQ(ParsePlane(c.text), c.hkl) << c.text;
     for (const char* bad : {"", "xy", "1,2", "1,2,3,4", "1-1", "1--10", "1,2,x", "0-"})
         EXPECT_THROW(ParsePlane(bad), MapError) << bad;
@@ -60,7 +61,8 @@ TEST(MakeSection, SpansOneCellOfThePlaneLattice) {
         const double V = c.cell.Volume();
         // Reciprocal metric from the direct cell, written out independently of the code's matrices.
         const double as = p[1] * p[2] * sa / V, bs = p[0] * p[2] * sb / V, cs = p[0] * p[1] * sg / V;
-        const double cas = (cb * cg - ca) / (sb * sg), cbs = (ca * cg - cb) / (sa * sg), cgs = (ca * cb - cg) / (sa * sb);
+        const double cas = (cb * cg - ca) / (sb * sg), cbs = (ca * cg - cb) / (sa * sg),
+                     cgs = (ca * cb - cg) / (sa * sb);
         const double hstar2 = h[0] * h[0] * as * as + h[1] * h[1] * bs * bs + h[2] * h[2] * cs * cs +
                               2 * h[1] * h[2] * bs * cs * cas + 2 * h[0] * h[2] * as * cs * cbs +
                               2 * h[0] * h[1] * as * bs * cgs;

@@ -22,7 +22,8 @@ const std::string kData = std::string(HALVORIN_TEST_DATA) + "/prior/";
 
 // A scratch copy of an example's condition file and data set; returns the .prf.
 std::string CopyExample(const TempDir& dir, const std::string& name) {
-    for (const char* ext : {".prf", ".mem"}) WriteText(dir.file(name + ext), ReadText(kExamples + name + ext));
+    for (const char* ext : {".prf", ".mem"})
+        WriteText(dir.file(name + ext), ReadText(kExamples + name + ext));
     return dir.file(name + ".prf");
 }
 
@@ -54,8 +55,9 @@ bool PeaksAt(const CellDensity& d, const std::vector<float>& values, const doubl
     for (int dz = -3; dz <= 3; ++dz)
         for (int dy = -3; dy <= 3; ++dy)
             for (int dx = -3; dx <= 3; ++dx) {
-                const float v = values[d.Index(WrapIndex(centre[0] + dx, n[0]), WrapIndex(centre[1] + dy, n[1]),
-                                               WrapIndex(centre[2] + dz, n[2]))];
+                const float v =
+                    values[d.Index(WrapIndex(centre[0] + dx, n[0]), WrapIndex(centre[1] + dy, n[1]),
+                                   WrapIndex(centre[2] + dz, n[2]))];
                 if (v > highest) highest = v, best[0] = dx, best[1] = dy, best[2] = dz;
             }
     return std::abs(best[0]) <= 1 && std::abs(best[1]) <= 1 && std::abs(best[2]) <= 1;
@@ -76,8 +78,8 @@ TEST(ProcrystalPrior, XrayPriorIntegratesToF000AndPeaksAtTheAtoms) {
     const float lowest = *std::min_element(rho.begin(), rho.end());
     EXPECT_GT(lowest, 0.35 * 76.0 / d.Volume() * (1 - 1e-6));
     const double x = 0.30478;
-    const double atoms[6][3] = {{0, 0, 0}, {0.5, 0.5, 0.5}, {x, x, 0}, {1 - x, 1 - x, 0},
-                                {0.5 + x, 0.5 - x, 0.5}, {0.5 - x, 0.5 + x, 0.5}};
+    const double atoms[6][3] = {{0, 0, 0},         {0.5, 0.5, 0.5},         {x, x, 0},
+                                {1 - x, 1 - x, 0}, {0.5 + x, 0.5 - x, 0.5}, {0.5 - x, 0.5 + x, 0.5}};
     for (const auto& a : atoms) EXPECT_TRUE(PeaksAt(d, rho, a)) << a[0] << " " << a[1] << " " << a[2];
     // Ti (22 electrons) stands far above O (8).
     EXPECT_GT(rho[0], 3.0f * rho[d.Index(std::lround(x * 48), std::lround(x * 48), 0)]);
@@ -122,7 +124,8 @@ TEST(ProcrystalPrior, DensityIsInvariantUnderTheGroupAtEveryPoint) {
                     const int xi = WrapIndex(o[0] * x + o[4] * y + o[8] * z + o[12], n[0]);
                     const int yi = WrapIndex(o[1] * x + o[5] * y + o[9] * z + o[13], n[1]);
                     const int zi = WrapIndex(o[2] * x + o[6] * y + o[10] * z + o[14], n[2]);
-                    const double a = g.plus[x + n[0] * (y + n[1] * z)], b = g.plus[xi + n[0] * (yi + n[1] * zi)];
+                    const double a = g.plus[x + n[0] * (y + n[1] * z)],
+                                 b = g.plus[xi + n[0] * (yi + n[1] * zi)];
                     if (std::fabs(a - b) > 1e-12 * std::fabs(a) + 1e-300) ++worst;
                 }
     }
@@ -136,7 +139,8 @@ TEST(ProcrystalPrior, DensityIsInvariantUnderTheGroupAtEveryPoint) {
 TEST(ProcrystalPrior, OtherOriginSettingAndShelxModelGiveTheSamePrior) {
     TempDir dir;
     const std::string rutile = CopyExample(dir, "rutile");
-    const std::string zro2 = dir.write("zro2.mem", ReadText(std::string(HALVORIN_TEST_DATA) + "/fcf/zro2.mem"));
+    const std::string zro2 =
+        dir.write("zro2.mem", ReadText(std::string(HALVORIN_TEST_DATA) + "/fcf/zro2.mem"));
     const std::vector<std::array<std::string, 3>> cases = {
         {kExamples + "rutile.cif", rutile, kData + "rutile_shifted.cif"},
         {kExamples + "rutile.cif", rutile, kData + "rutile.res"},
@@ -158,7 +162,9 @@ TEST(ProcrystalPrior, OtherOriginSettingAndShelxModelGiveTheSamePrior) {
 // c_h = a_r sqrt(3 + 6 cos(alpha)), three times the operators, and the same
 // mean square displacement; an enantiomorph is no setting of the group.
 TEST(ProcrystalPrior, RhombohedralModelTakesHexagonalAxesAndEnantiomorphsAreRefused) {
-    auto ops = [](const char* name) { return gemmi::find_spacegroup_by_name(name)->operations().all_ops_sorted(); };
+    auto ops = [](const char* name) {
+        return gemmi::find_spacegroup_by_name(name)->operations().all_ops_sorted();
+    };
     AtomModel model;
     model.cell = gemmi::UnitCell(5.0, 5.0, 5.0, 70.0, 70.0, 70.0);
     model.ops = ops("R -3 m:R");
@@ -195,7 +201,9 @@ TEST(ProcrystalPrior, RefusesModelsAndDataItCannotUse) {
     const std::vector<std::pair<std::string, std::string>> cases = {
         {variant("_cell_length_c 2.9587", "_cell_length_c 3.0", "long.cif"), prf},
         {variant("_cell_angle_gamma 90.0", "_cell_angle_gamma 90.6", "angle.cif"), prf},
-        {dir.write("p1.cif", cif.substr(0, cif.find("'-y+1/2")) + cif.substr(cif.find("loop_\n_atom_site_label"))), prf},
+        {dir.write("p1.cif",
+                   cif.substr(0, cif.find("'-y+1/2")) + cif.substr(cif.find("loop_\n_atom_site_label"))),
+         prf},
         {dir.write("empty.cif", cif.substr(0, cif.find("loop_\n_atom_site_label"))), prf},
         {variant("O1 O ", "O1 Qq ", "element.cif"), prf},
         {kExamples + "rutile.cif", dir.file("absent.prf")},
@@ -216,5 +224,6 @@ TEST(ProcrystalPrior, RefusesModelsAndDataItCannotUse) {
     for (std::vector<const char*> args : {std::vector<const char*>{"p", "m.cif", "d.mem", "-w", "1.5"},
                                           std::vector<const char*>{"p", "m.cif", "d.mem", "-w", "-0.1"},
                                           std::vector<const char*>{"p", "m.cif"}})
-        EXPECT_THROW(ParsePriorOptions(static_cast<int>(args.size()), const_cast<char**>(args.data())), PriorError);
+        EXPECT_THROW(ParsePriorOptions(static_cast<int>(args.size()), const_cast<char**>(args.data())),
+                     PriorError);
 }

@@ -42,10 +42,26 @@ TEST(ConditionFile, WrittenValuesOfDefaults) {
     ASSERT_TRUE(p.WriteConditions());
     EXPECT_EQ(p.condFile, tmp.file("sio2.prf"));
     const std::string text = ReadText(p.condFile);
-    EXPECT_EQ(valueLines(text),
-              (std::vector<std::string>{"$PREFERENCES", "sio2.mem", "sio2.out", "sio2.pgrid", "sio2.fba",
-                                        "sio2_eps.raw", "0", "0", "4", "1", "1", "0.001 0", "0.05", "1", "1", "0",
-                                        "1000", "1", "1 0 0 0 0 0 0 0", "0"}));
+    EXPECT_EQ(valueLines(text), (std::vector<std::string>{"$PREFERENCES",
+                                                          "sio2.mem",
+                                                          "sio2.out",
+                                                          "sio2.pgrid",
+                                                          "sio2.fba",
+                                                          "sio2_eps.raw",
+                                                          "0",
+                                                          "0",
+                                                          "4",
+                                                          "1",
+                                                          "1",
+                                                          "0.001 0",
+                                                          "0.05",
+                                                          "1",
+                                                          "1",
+                                                          "0",
+                                                          "1000",
+                                                          "1",
+                                                          "1 0 0 0 0 0 0 0",
+                                                          "0"}));
     EXPECT_NE(text.find("\n# Maximum number of cycles.\n1000\n"), std::string::npos);
 }
 
@@ -73,25 +89,25 @@ TEST(ConditionFile, WriteAndReadBackKeepsEverySetting) {
 
 TEST(ConditionFile, HandEditedWithCommentsBlanksAndCrLf) {
     TempDir tmp;
-    const std::string cond = tmp.write(
-        "hand.prf",
-        "\r\n# written by hand\r\n\r\n$PREFERENCES\r\n"
-        "../data/ni.fos   trailing words\r\n"
-        "#\r\nout\r\npgrid\r\n\r\n  # indented comment\r\nfba\r\neps\r\n"
-        "1\r\n"                  // type: ignored for an FOS file
-        "1\r\n2\r\n1\r\n0\r\n"  // start, algorithm, G, LM_type
-        "0.001 0 1.0\r\n"        // third number: multiplicity weighting
-        "0.1\r\n2\r\n0\r\n1\r\n77\r\n1\r\n"
-        "1 0.5 0.25\r\n"         // a short list keeps the other fractions at 0
-        "1\r\n"
-        "0.07\r\n"               // grid resolution, never written back
-        "99\r\nanything else\r\n");
+    const std::string cond = tmp.write("hand.prf",
+                                       "\r\n# written by hand\r\n\r\n$PREFERENCES\r\n"
+                                       "../data/ni.fos   trailing words\r\n"
+                                       "#\r\nout\r\npgrid\r\n\r\n  # indented comment\r\nfba\r\neps\r\n"
+                                       "1\r\n"                 // type: ignored for an FOS file
+                                       "1\r\n2\r\n1\r\n0\r\n"  // start, algorithm, G, LM_type
+                                       "0.001 0 1.0\r\n"       // third number: multiplicity weighting
+                                       "0.1\r\n2\r\n0\r\n1\r\n77\r\n1\r\n"
+                                       "1 0.5 0.25\r\n"  // a short list keeps the other fractions at 0
+                                       "1\r\n"
+                                       "0.07\r\n"  // grid resolution, never written back
+                                       "99\r\nanything else\r\n");
     MEMParam p;
     ASSERT_TRUE(p.ReadConditions(cond));
     EXPECT_EQ(p.dataFile, "/tmp/data/ni.fos");
     EXPECT_EQ(p.outFile, "/tmp/data/ni.out");
-    EXPECT_EQ(SettingsText(p), "type 5 start 1 prior 1 algorithm 2 LM 0 lambda 0.001 x 0 m 1 t 0.1 E 2 feedback 0 "
-                               "eps 1 cycles 77 fractions 1 0.5 0.25 0 0 0 0 0 grid 0.07");
+    EXPECT_EQ(SettingsText(p),
+              "type 5 start 1 prior 1 algorithm 2 LM 0 lambda 0.001 x 0 m 1 t 0.1 E 2 feedback 0 "
+              "eps 1 cycles 77 fractions 1 0.5 0.25 0 0 0 0 0 grid 0.07");
 }
 
 // A negative type adds only to MEM data sets; a short file keeps the later
@@ -138,5 +154,6 @@ TEST(ConditionFile, FailuresAreResultsNotCrashes) {
     w.dataFile = tmp.file("no_such_dir/x.mem");
     testing::internal::CaptureStdout();
     EXPECT_FALSE(w.WriteConditions());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Failed to write in " + tmp.file("no_such_dir/x.prf") + "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Failed to write in " + tmp.file("no_such_dir/x.prf") + "\n");
 }

@@ -56,12 +56,14 @@ TEST(Dialogue, OtherAlgorithmsSkipZSPAQuestionsAndAskForPrior) {
     TempDir data;
     MEMParam p;
     bool ok = false;
-    const std::string out = converse(p, data.write("x.mep", "").c_str(), "0\n1\n0.5\n1.2\n1\n0\n1\n1\n0\n600\n", ok);
+    const std::string out =
+        converse(p, data.write("x.mep", "").c_str(), "0\n1\n0.5\n1.2\n1\n0\n1\n1\n0\n600\n", ok);
     EXPECT_EQ(count(out, "# The type of the MEM data set file."), 0u);  // none for .mep
     EXPECT_EQ(count(out, "(LM_type)"), 0u);
     EXPECT_EQ(count(out, "# The coefficient, t,"), 0u);
-    EXPECT_EQ(SettingsText(p), "type 8 start 0 prior 1 algorithm 1 LM 1 lambda 0.001 x 0.5 m 0 t 0.05 E 1.2 feedback 1 "
-                               "eps 0 cycles 600 fractions 1 0 0 0 0 0 0 0 grid 0.1");
+    EXPECT_EQ(SettingsText(p),
+              "type 8 start 0 prior 1 algorithm 1 LM 1 lambda 0.001 x 0.5 m 0 t 0.05 E 1.2 feedback 1 "
+              "eps 0 cycles 600 fractions 1 0 0 0 0 0 0 0 grid 0.1");
 }
 
 // An unsupported name and the end of input are the driver's end-to-end cases;

@@ -62,11 +62,13 @@ std::string expand(const std::string& path, const std::string& dir) {
 // smallest buffer still holds a terminator; the string reader keeps everything.
 TEST(GetLine, LineEndsAndOverlongLines) {
     const Strings three = {"first", "", "third"};
-    for (const char* bytes : {"first\n\nthird\n", "first\r\rthird\r", "first\r\n\r\nthird\r\n", "first\n\nthird", "first\r\rthird"})
+    for (const char* bytes : {"first\n\nthird\n", "first\r\rthird\r", "first\r\n\r\nthird\r\n",
+                              "first\n\nthird", "first\r\rthird"})
         EXPECT_EQ(readLines(bytes, 120), three) << bytes;
     EXPECT_EQ(readLines("", 120), Strings{});
     EXPECT_EQ(readLines("a\n\rb\n", 120), (Strings{"a", "", "b"}));
-    EXPECT_EQ(readLines(std::string(300, 'x') + "\r\nnext\r\n", 120), (Strings{std::string(119, 'x'), "next"}));
+    EXPECT_EQ(readLines(std::string(300, 'x') + "\r\nnext\r\n", 120),
+              (Strings{std::string(119, 'x'), "next"}));
     EXPECT_EQ(readLines("ab\ncd\n", 1), (Strings{"", ""}));
     const std::string longLine(5000, 'y');
     EXPECT_EQ(readLines(longLine + "\rb\r\nc", 0), (Strings{longLine, "b", "c"}));
@@ -96,7 +98,8 @@ TEST(GetLine, CommentAndBlankLinesAreSkipped) {
     fclose(f);
     // Whatever the line end, the fetch after the last line runs into the end of
     // the file and leaves an empty buffer; only a last line without a line end stays.
-    const char* cases[][2] = {{"1\n2\n", ""}, {"1\r2\r", ""}, {"1\r\n2\r\n", ""}, {"1\n2", "2"}, {"1\r2", "2"}};
+    const char* cases[][2] = {
+        {"1\n2\n", ""}, {"1\r2\r", ""}, {"1\r\n2\r\n", ""}, {"1\n2", "2"}, {"1\r2", "2"}};
     for (const auto& c : cases) {
         f = fileWith(c[0]);
         SkipCommentLines(f, buf);
@@ -113,10 +116,16 @@ TEST(ValueAndEsd, TableOfForms) {
     const struct {
         const char* text;
         float value, esd;
-    } cases[] = {{"1.234(5)", 1.234f, 0.005f}, {"  -0.05(12) 7", -0.05f, 0.12f}, {"5.4307(1)", 5.4307f, 0.0001f},
-                 {"90", 90.0f, 0.0f},          {"120(3)", 120.0f, 3.0f},        // no decimal point: not scaled
-                 {"1/3", 1.0f / 3.0f, 0.0f},   {"-3/4", -0.75f, 0.0f},
-                 {"", 2.5f, 0.0f},             {"abc", 2.5f, 0.0f},             {"1/0", 2.5f, 0.0f}};
+    } cases[] = {{"1.234(5)", 1.234f, 0.005f},
+                 {"  -0.05(12) 7", -0.05f, 0.12f},
+                 {"5.4307(1)", 5.4307f, 0.0001f},
+                 {"90", 90.0f, 0.0f},
+                 {"120(3)", 120.0f, 3.0f},  // no decimal point: not scaled
+                 {"1/3", 1.0f / 3.0f, 0.0f},
+                 {"-3/4", -0.75f, 0.0f},
+                 {"", 2.5f, 0.0f},
+                 {"abc", 2.5f, 0.0f},
+                 {"1/0", 2.5f, 0.0f}};
     for (const auto& c : cases) {
         float v = 2.5f, e = 9;
         getValueAndEsd(c.text, v, e);
@@ -140,9 +149,9 @@ TEST(FieldScan, CountsAndKeptFields) {
         double x, y, z;
     };
     const Case cases[] = {
-        {"1 2 3", 3, 1, 2, 3},   {"1.5e1\t-2 3 trailing", 3, 15, -2, 3},
-        {"4 5", 2, 4, 5, -9},    {"4 x 6", 1, 4, -9, -9},
-        {"", 0, -9, -9, -9},     {"   \r", 0, -9, -9, -9},
+        {"1 2 3", 3, 1, 2, 3},      {"1.5e1\t-2 3 trailing", 3, 15, -2, 3},
+        {"4 5", 2, 4, 5, -9},       {"4 x 6", 1, 4, -9, -9},
+        {"", 0, -9, -9, -9},        {"   \r", 0, -9, -9, -9},
         {"# 1 2 3", 0, -9, -9, -9},
     };
     for (const Case& c : cases) {
@@ -204,11 +213,31 @@ TEST(CheckFormat, TableOfNames) {
         std::string name;
         int type;
     } cases[] = {
-        {"/d/a.prf", 0},  {"/d/a.omra", 1}, {"/d/a.alb", 2}, {"/d/a.mem", 3},  {"/d/a.fos", 5}, {"/d/a.fcf", 6},
-        {"/d/a.BayMEM", 7}, {"/d/a.mep", 8}, {"/d/a.ffo", 10}, {"/d/a.hkl", 11}, {"a.MEM", 3},  {"a.Prf", 0},
-        {"a.baymem", 7},  {"a.mem2", 3},    {"a.xfcfx", 6},  {"a.memprf", 0},  {"a.omraalb", 2}, {"notes.txt", -1},
-        {"/d/data", -1},  {"a.", -1},       {"", -1},        {"/runs/v1.mem/data", 3}, {"/runs.mem/a.txt", -1},
-        {"a." + longExt + "fos", 5}, {"a.x" + longExt + "fos", -1},
+        {"/d/a.prf", 0},
+        {"/d/a.omra", 1},
+        {"/d/a.alb", 2},
+        {"/d/a.mem", 3},
+        {"/d/a.fos", 5},
+        {"/d/a.fcf", 6},
+        {"/d/a.BayMEM", 7},
+        {"/d/a.mep", 8},
+        {"/d/a.ffo", 10},
+        {"/d/a.hkl", 11},
+        {"a.MEM", 3},
+        {"a.Prf", 0},
+        {"a.baymem", 7},
+        {"a.mem2", 3},
+        {"a.xfcfx", 6},
+        {"a.memprf", 0},
+        {"a.omraalb", 2},
+        {"notes.txt", -1},
+        {"/d/data", -1},
+        {"a.", -1},
+        {"", -1},
+        {"/runs/v1.mem/data", 3},
+        {"/runs.mem/a.txt", -1},
+        {"a." + longExt + "fos", 5},
+        {"a.x" + longExt + "fos", -1},
     };
     for (const auto& c : cases) EXPECT_EQ(check_format(c.name.c_str()), c.type) << c.name;
     EXPECT_EQ(check_format(nullptr), -1);
@@ -222,16 +251,20 @@ TEST(Paths, AbsoluteRelativeAndDirectory) {
     TempDir tmp;
     mkdir(tmp.file("y").c_str(), 0755);
     tmp.write("y/cond.prf", "$PREFERENCES\n");
-    const char* absolute[][3] = {
-        {"../a.mem", "@/y/cond.prf", "@/a.mem"},    {"a.mem", "@/y/cond.prf", "@/y/a.mem"},
-        {"./a.mem", "@/y/cond.prf", "@/y/a.mem"},   {".\\a.mem", "@/y/cond.prf", "@/y/a.mem"},
-        {"a.mem", "@/y", "@/y/a.mem"},              {"a.mem", "@/y/", "@/y/a.mem"},
-        {"../a.mem", "/nonexistent_x/y/cond.prf", "/nonexistent_x/a.mem"},
-        {"../../a.mem", "/nonexistent_x/y/cond.prf", "/a.mem"},
-        {"../../../a.mem", "/nonexistent_x/y/cond.prf", "/a.mem"},
-        {"sub/../a.mem", "/nonexistent_x/y/c.prf", "/nonexistent_x/y/sub/../a.mem"},
-        {"/p/q.mem", "/x/y", "/p/q.mem"},           {"~/data/q.mem", "/x/y", "~/data/q.mem"},
-        {"a.mem", "", "=/a.mem"},                   {"a.mem", "no_such_dir_here/cond.prf", "=/no_such_dir_here/a.mem"}};
+    const char* absolute[][3] = {{"../a.mem", "@/y/cond.prf", "@/a.mem"},
+                                 {"a.mem", "@/y/cond.prf", "@/y/a.mem"},
+                                 {"./a.mem", "@/y/cond.prf", "@/y/a.mem"},
+                                 {".\\a.mem", "@/y/cond.prf", "@/y/a.mem"},
+                                 {"a.mem", "@/y", "@/y/a.mem"},
+                                 {"a.mem", "@/y/", "@/y/a.mem"},
+                                 {"../a.mem", "/nonexistent_x/y/cond.prf", "/nonexistent_x/a.mem"},
+                                 {"../../a.mem", "/nonexistent_x/y/cond.prf", "/a.mem"},
+                                 {"../../../a.mem", "/nonexistent_x/y/cond.prf", "/a.mem"},
+                                 {"sub/../a.mem", "/nonexistent_x/y/c.prf", "/nonexistent_x/y/sub/../a.mem"},
+                                 {"/p/q.mem", "/x/y", "/p/q.mem"},
+                                 {"~/data/q.mem", "/x/y", "~/data/q.mem"},
+                                 {"a.mem", "", "=/a.mem"},
+                                 {"a.mem", "no_such_dir_here/cond.prf", "=/no_such_dir_here/a.mem"}};
     for (const auto& c : absolute) {
         std::string path = c[0];
         IO::toAbsolutePath(path, expand(c[1], tmp.path()));
@@ -249,9 +282,15 @@ TEST(Paths, AbsoluteRelativeAndDirectory) {
         const char* path;
         bool slash;
         const char* dir;
-    } dirs[] = {{"@/f.txt", false, "@"}, {"@/f.txt", true, "@/"}, {"@", false, "@"}, {"@/", false, "@"},
-                {"@", true, "@/"},       {"/nonexistent_x/y/c.prf", false, "/nonexistent_x/y"},
-                {"no_such_name_here", false, "no_such_name_here"}, {"", true, ""}, {"/", false, "/"}};
+    } dirs[] = {{"@/f.txt", false, "@"},
+                {"@/f.txt", true, "@/"},
+                {"@", false, "@"},
+                {"@/", false, "@"},
+                {"@", true, "@/"},
+                {"/nonexistent_x/y/c.prf", false, "/nonexistent_x/y"},
+                {"no_such_name_here", false, "no_such_name_here"},
+                {"", true, ""},
+                {"/", false, "/"}};
     for (const auto& c : dirs) {
         std::string path = expand(c.path, tmp.path());
         IO::getDir(path, c.slash);
@@ -260,8 +299,10 @@ TEST(Paths, AbsoluteRelativeAndDirectory) {
 }
 
 TEST(Paths, QuotesAroundAPathAreDropped) {
-    const char* quoted[][2] = {{"  '/my data/a b.mem'  ", "/my data/a b.mem"}, {"\"/x/a.mem\"\n", "/x/a.mem"},
-                               {"a.mem   \n", "a.mem"}, {"   ", ""}};
+    const char* quoted[][2] = {{"  '/my data/a b.mem'  ", "/my data/a b.mem"},
+                               {"\"/x/a.mem\"\n", "/x/a.mem"},
+                               {"a.mem   \n", "a.mem"},
+                               {"   ", ""}};
     for (const auto& c : quoted) {
         char out[256];
         IO::omitQuotation(c[0], out);
@@ -299,6 +340,7 @@ TEST(ElapsedTimes, SummaryText) {
               "                      MEM analysis =  3724.765 s\n"
               "                Total Elapsed time =  3725.999 s\n"
               "                                             (  1 h  2 m 5 s)\n\n");
-    const ClockSpan days = splitMilliseconds(100L * 3600000 + 59 * 60000 + 59999);  // truncated, no wrap at a day
+    const ClockSpan days =
+        splitMilliseconds(100L * 3600000 + 59 * 60000 + 59999);  // truncated, no wrap at a day
     EXPECT_EQ(days.hours * 10000 + days.minutes * 100 + days.seconds, 1005959);
 }

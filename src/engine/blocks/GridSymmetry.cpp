@@ -10,10 +10,8 @@ std::vector<int> MakeGridOperators(const ObjVector<MatrixD>& ops, const int* gri
     for (int o = 0; o < ops.size(); ++o) {
         const MatrixD& m = *ops[o];
         int* op = &out[16 * o];
-        for (int k = 0; k < 12; ++k)
-            op[k] = static_cast<int>(std::floor(m(k % 4, k / 4) + 0.5));
-        for (int i = 0; i < 3; ++i)
-            op[12 + i] = static_cast<int>(std::floor(m(i, 3) * gridSize[i] + 0.5));
+        for (int k = 0; k < 12; ++k) op[k] = static_cast<int>(std::floor(m(k % 4, k / 4) + 0.5));
+        for (int i = 0; i < 3; ++i) op[12 + i] = static_cast<int>(std::floor(m(i, 3) * gridSize[i] + 0.5));
         op[15] = 1;
     }
     return out;
@@ -39,14 +37,22 @@ AsymmetricUnit FindAsymmetricUnit(const int* gridSize, const std::vector<int>& o
         for (int y = 0; y < ny; ++y)
             for (int x = 0; x < nx; ++x) {
                 const std::size_t here = x + nx * (y + static_cast<std::size_t>(ny) * z);
-                if (flag[here] != 0)
-                    continue;
+                if (flag[here] != 0) continue;
                 const int number = asu.size();
                 for (int o = 0; o < nOps; ++o) {
                     const int* op = &ops[16 * o];
-                    const int xi = WrapIndex(static_cast<long long>(op[0]) * x + static_cast<long long>(op[4]) * y + static_cast<long long>(op[8]) * z + op[12], nx);
-                    const int yi = WrapIndex(static_cast<long long>(op[1]) * x + static_cast<long long>(op[5]) * y + static_cast<long long>(op[9]) * z + op[13], ny);
-                    const int zi = WrapIndex(static_cast<long long>(op[2]) * x + static_cast<long long>(op[6]) * y + static_cast<long long>(op[10]) * z + op[14], nz);
+                    const int xi =
+                        WrapIndex(static_cast<long long>(op[0]) * x + static_cast<long long>(op[4]) * y +
+                                      static_cast<long long>(op[8]) * z + op[12],
+                                  nx);
+                    const int yi =
+                        WrapIndex(static_cast<long long>(op[1]) * x + static_cast<long long>(op[5]) * y +
+                                      static_cast<long long>(op[9]) * z + op[13],
+                                  ny);
+                    const int zi =
+                        WrapIndex(static_cast<long long>(op[2]) * x + static_cast<long long>(op[6]) * y +
+                                      static_cast<long long>(op[10]) * z + op[14],
+                                  nz);
                     const std::size_t image = xi + nx * (yi + static_cast<std::size_t>(ny) * zi);
                     if (flag[image] == 0) {
                         ++flag[here];
@@ -66,8 +72,7 @@ namespace {
 
 bool SameRotation(const int* a, const int* b, int sign) {
     for (int k = 0; k < 11; ++k)
-        if (k % 4 != 3 && a[k] != sign * b[k])
-            return false;
+        if (k % 4 != 3 && a[k] != sign * b[k]) return false;
     return true;
 }
 
@@ -75,8 +80,7 @@ bool SameRotation(const int* a, const int* b, int sign) {
 
 std::vector<int> LatticeShifts(const int* ops, int nOps, int nCenter, const int* n) {
     const std::vector<int> none = {0, 0, 0};
-    if (nCenter < 2 || nOps % nCenter != 0)
-        return none;
+    if (nCenter < 2 || nOps % nCenter != 0) return none;
     const int block = nOps / nCenter;
     std::vector<int> shifts;
     for (int k = 0; k < nCenter; ++k) {
@@ -86,11 +90,9 @@ std::vector<int> LatticeShifts(const int* ops, int nOps, int nCenter, const int*
         for (int j = 0; j < block; ++j) {
             const int* a = &ops[16 * (k * block + j)];
             const int* b = &ops[16 * j];
-            if (!SameRotation(a, b, 1))
-                return none;
+            if (!SameRotation(a, b, 1)) return none;
             for (int r = 0; r < 3; ++r)
-                if (WrapIndex(a[12 + r] - b[12 + r], n[r]) != c[r])
-                    return none;
+                if (WrapIndex(a[12 + r] - b[12 + r], n[r]) != c[r]) return none;
         }
         shifts.insert(shifts.end(), c, c + 3);
     }
@@ -98,16 +100,13 @@ std::vector<int> LatticeShifts(const int* ops, int nOps, int nCenter, const int*
 }
 
 bool InversionPairs(const int* ops, int nOps, const int* n) {
-    if (nOps % 2 != 0)
-        return false;
+    if (nOps % 2 != 0) return false;
     for (int j = 0; j < nOps; j += 2) {
         const int* a = &ops[16 * j];
         const int* b = &ops[16 * (j + 1)];
-        if (!SameRotation(a, b, -1))
-            return false;
+        if (!SameRotation(a, b, -1)) return false;
         for (int r = 0; r < 3; ++r)
-            if (WrapIndex(a[12 + r] + b[12 + r], n[r]) != 0)
-                return false;
+            if (WrapIndex(a[12 + r] + b[12 + r], n[r]) != 0) return false;
     }
     return true;
 }

@@ -23,17 +23,13 @@ namespace {
 // setting 1 (hexagonal axes).
 int LatticePoints(const char* spgName, int setting) {
     switch (spgName[0]) {
-        case 'A':
-        case 'B':
-        case 'C':
-        case 'I':
-            return 2;
-        case 'F':
-            return 4;
-        case 'R':
-            return setting == 1 ? 3 : 1;
-        default:
-            return 1;
+    case 'A':
+    case 'B':
+    case 'C':
+    case 'I': return 2;
+    case 'F': return 4;
+    case 'R': return setting == 1 ? 3 : 1;
+    default: return 1;
     }
 }
 
@@ -61,10 +57,8 @@ int HighestColumn(const MEMData3D& mem) {
         const StructureFactor& f = *mem.reflections[i];
         for (std::size_t j = 0; j < f.hkl.nItems(); ++j) {
             const int* h = f.hkl.item(j);
-            if (j == 0)
-                uMax = std::max(uMax, ForwardEntry(h[0], h[1], h[2], n).index % columns);
-            if (-h[0] >= 0 && -h[0] < n[0] / 2)
-                uMax = std::max(uMax, static_cast<long>(-h[0]));
+            if (j == 0) uMax = std::max(uMax, ForwardEntry(h[0], h[1], h[2], n).index % columns);
+            if (-h[0] >= 0 && -h[0] < n[0] / 2) uMax = std::max(uMax, static_cast<long>(-h[0]));
         }
     }
     return static_cast<int>(uMax);
@@ -80,10 +74,9 @@ void SetUpTransforms(MEMData3D& mem) {
     // The coefficients are read before the derivatives are scattered, so one
     // complex grid serves both transforms.
     mem.derivGrid = mem.fourierGrid;
-    if (!mem.realGrid || !mem.fourierGrid)
-        throw std::bad_alloc();
-    mem.transform = std::make_unique<CellTransform>(mem.gridSize, HighestColumn(mem), mem.realGrid,
-                                                    mem.fourierGrid);
+    if (!mem.realGrid || !mem.fourierGrid) throw std::bad_alloc();
+    mem.transform =
+        std::make_unique<CellTransform>(mem.gridSize, HighestColumn(mem), mem.realGrid, mem.fourierGrid);
     std::fill(mem.realGrid, mem.realGrid + mem.nVoxelCell, 0.0);
     std::fill(&mem.fourierGrid[0][0], &mem.fourierGrid[0][0] + 2 * mem.nComplex, 0.0);
 }
@@ -109,8 +102,7 @@ void TabulateShifts(MEMData3D& mem) {
 // so that the block's pages lie in that thread's memory. The voxel lists stay
 // where the scan left them: a copy would only raise the peak of the set-up.
 void BuildBlocks(MEMData3D& mem, const std::vector<int>& ops, int nRefl) {
-    if (mem.useFFT)
-        mem.densitySum = AllocateAligned<double>(mem.NASYM);
+    if (mem.useFFT) mem.densitySum = AllocateAligned<double>(mem.NASYM);
     for (int t = 0; t < mem.nThreads; ++t) {
         const int begin = static_cast<int>(static_cast<long long>(t) * mem.NASYM / mem.nThreads);
         const int end = static_cast<int>(static_cast<long long>(t + 1) * mem.NASYM / mem.nThreads);
@@ -119,9 +111,8 @@ void BuildBlocks(MEMData3D& mem, const std::vector<int>& ops, int nRefl) {
     ForEachBlock(mem.threads, mem.nThreads, [&](int, ThreadData& block) {
         block.Create(3, mem.gridSize, mem.targetMoment[0], mem.targetMoment[1],
                      mem.voxelPoint.data() + block.offset, mem.voxelMultiplicity.data() + block.offset,
-                     mem.realGrid, mem.densitySum, mem.reflections, nRefl,
-                     ops.data(), mem.nSymOp, mem.nCenter, mem.centroFactor, mem.useFFT,
-                     mem.nRefE);
+                     mem.realGrid, mem.densitySum, mem.reflections, nRefl, ops.data(), mem.nSymOp,
+                     mem.nCenter, mem.centroFactor, mem.useFFT, mem.nRefE);
     });
     // Room for the per-block sums of every cycle, made once here.
     mem.blockSums.Resize(mem.threads.size(), MEMData::kMaxBlockSums);
@@ -152,19 +143,15 @@ void NormaliseReflectionWeights(MEMData3D& mem) {
         for (int g = 0; g < mem.nGroups && first < n; ++g) {
             const int last = std::min(first + std::max(mem.groupSize[g], 0), n);
             double members = 0.0;
-            for (int i = first; i < last; ++i)
-                members += mem.refWeight[i];
+            for (int i = first; i < last; ++i) members += mem.refWeight[i];
             const double mean = members / (last - first);
-            for (int i = first; i < last; ++i)
-                mem.refWeight[i] = mean;
-            if (last > first)
-                sum += mean - members;
+            for (int i = first; i < last; ++i) mem.refWeight[i] = mean;
+            if (last > first) sum += mean - members;
             first = last;
         }
     }
     const double mean = sum / (mem.nRefF + mem.nGroups);
-    for (int i = 0; i < n; ++i)
-        mem.refWeight[i] /= mean;
+    for (int i = 0; i < n; ++i) mem.refWeight[i] /= mean;
 }
 
 void PrintPreparationSummary(const MEMData3D& mem) {
@@ -220,14 +207,10 @@ void MEMData3D::MakeThreadData() {
         }
         BuildBlocks(*this, ops, nRefl);
         // The gather of every cycle reads densitySum through the owners.
-        if (useFFT)
-            cellOwner = std::move(asu.owner);
+        if (useFFT) cellOwner = std::move(asu.owner);
     }
-    if (param.startType)
-        ReadRho2();
-    if (param.priorType)
-        ReadPrior2();
+    if (param.startType) ReadRho2();
+    if (param.priorType) ReadPrior2();
     NormaliseReflectionWeights(*this);
     PrintPreparationSummary(*this);
 }
-

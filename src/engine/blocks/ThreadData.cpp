@@ -11,14 +11,14 @@
 namespace {
 
 // Every vector of a block; each holds one reference of the block itself.
-VectorXD ThreadData::* const kVectors[] = {
-    &ThreadData::rho1Old, &ThreadData::rho1,  &ThreadData::rho2Old, &ThreadData::rho2,
-    &ThreadData::rho12,   &ThreadData::dCdR,  &ThreadData::dQdRho1, &ThreadData::curv1,
-    &ThreadData::step1,   &ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2};
+VectorXD ThreadData::*const kVectors[] = {&ThreadData::rho1Old, &ThreadData::rho1,  &ThreadData::rho2Old,
+                                          &ThreadData::rho2,    &ThreadData::rho12, &ThreadData::dCdR,
+                                          &ThreadData::dQdRho1, &ThreadData::curv1, &ThreadData::step1,
+                                          &ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2};
 
 // The vectors of the Newton-like steps, of the positive and the negative side:
 // gradient, curvature and step.
-VectorXD ThreadData::* const kNewtonVectors[2][3] = {
+VectorXD ThreadData::*const kNewtonVectors[2][3] = {
     {&ThreadData::dQdRho1, &ThreadData::curv1, &ThreadData::step1},
     {&ThreadData::dQdRho2, &ThreadData::curv2, &ThreadData::step2}};
 
@@ -30,8 +30,7 @@ void Allocate(VectorXD& x, int n, double value) {
 // exp(2 pi i j / n) for j = 0 .. n - 1: every phase factor of one axis of the grid.
 std::vector<std::complex<double>> AxisPhases(int n) {
     std::vector<std::complex<double>> e(n);
-    for (int j = 0; j < n; ++j)
-        e[j] = std::polar(1.0, 6.283185307179586 * j / n);
+    for (int j = 0; j < n; ++j) e[j] = std::polar(1.0, 6.283185307179586 * j / n);
     return e;
 }
 
@@ -40,8 +39,7 @@ std::complex<double> Product(std::complex<double> a, std::complex<double> b) {
     return {a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real()};
 }
 
-std::complex<double> Product(std::complex<double> a, std::complex<double> b,
-                             std::complex<double> c) {
+std::complex<double> Product(std::complex<double> a, std::complex<double> b, std::complex<double> c) {
     return Product(Product(a, b), c);
 }
 
@@ -49,8 +47,7 @@ std::complex<double> Product(std::complex<double> a, std::complex<double> b,
 
 ThreadData::ThreadData(int nReflFG, int nVoxel, int offset)
     : nVoxel(nVoxel), offset(offset), nReflFG(nReflFG) {
-    for (VectorXD ThreadData::* member : kVectors)
-        (this->*member).refCount = 1;
+    for (VectorXD ThreadData::*member : kVectors) (this->*member).refCount = 1;
 }
 
 ThreadData::~ThreadData() {
@@ -67,11 +64,10 @@ ThreadData::~ThreadData() {
     FreeAligned(sinTable);
 }
 
-void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
-                        const int* pointList, const int* multiplicityList, double* realGrid,
-                        double* densitySum, ObjVector<StructureFactor>& refl,
-                        int nReflAll, const int* ops, int nOps, int nCenter, int centroFactor,
-                        bool fft, int nReflReportOnly) {
+void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm, const int* pointList,
+                        const int* multiplicityList, double* realGrid, double* densitySum,
+                        ObjVector<StructureFactor>& refl, int nReflAll, const int* ops, int nOps, int nCenter,
+                        int centroFactor, bool fft, int nReflReportOnly) {
     std::fill(size, size + 6, 0);
     std::copy(gridSize, gridSize + std::min(dim, 6), size);
     F000Plus = Fp;
@@ -95,8 +91,7 @@ void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
     } else {
         Allocate(rho12, nVoxel, flatPrior1 + flatPrior2);
     }
-    if (HasMinus())
-        ReserveMinusSide();
+    if (HasMinus()) ReserveMinusSide();
 
     useFFT = fft;
     if (useFFT)
@@ -106,15 +101,13 @@ void ThreadData::Create(int dim, const int* gridSize, double Fp, double Fm,
 }
 
 void ThreadData::ReserveMinusSide() {
-    if (StoresMinus())
-        return;
+    if (StoresMinus()) return;
     Allocate(rho2Old, nVoxel, flatPrior2);
     Allocate(rho2, nVoxel, flatPrior2);
 }
 
 void ThreadData::ReservePriors() {
-    if (prior1)
-        return;
+    if (prior1) return;
     prior1 = AllocateAligned<double>(nVoxel);
     prior2 = AllocateAligned<double>(nVoxel);
     std::fill(prior1, prior1 + nVoxel, flatPrior1);
@@ -127,12 +120,10 @@ void ThreadData::ReserveMinimiserVectors() { ReserveSideVectors({0, 2}); }
 
 void ThreadData::ReserveSideVectors(std::initializer_list<int> kinds) {
     for (int side = 0; side < 2; ++side) {
-        if (side == 0 ? !HasPlus() : !HasMinus())
-            continue;
+        if (side == 0 ? !HasPlus() : !HasMinus()) continue;
         for (int k : kinds) {
             VectorXD& x = this->*kNewtonVectors[side][k];
-            if (x.dim_ != nVoxel)
-                Allocate(x, nVoxel, 0.0);
+            if (x.dim_ != nVoxel) Allocate(x, nVoxel, 0.0);
         }
     }
 }
@@ -154,8 +145,8 @@ void ThreadData::ReserveSideVectors(std::initializer_list<int> kinds) {
 // x', y', z'; its factor is formed exactly from the three axis phases of the
 // reduced products h x' mod nx etc., which is both faster and more accurate
 // than evaluating sine and cosine of the summed angle.
-void ThreadData::MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops, int nOps,
-                                int nCenter, int centroFactor) {
+void ThreadData::MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops, int nOps, int nCenter,
+                                int centroFactor) {
     const bool centric = centroFactor == 2;
     const std::size_t cells = static_cast<std::size_t>(nVoxel) * nRefl;
     cosTable = AllocateZeroed<double>(cells);
@@ -167,8 +158,7 @@ void ThreadData::MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops
     const int nx = size[0], ny = size[1], nz = size[2];
     const auto ex = AxisPhases(nx), ey = AxisPhases(ny), ez = AxisPhases(nz);
     auto phaseOf = [&](const int* h, long long x, long long y, long long z) {
-        return Product(ex[WrapIndex(h[0] * x, nx)], ey[WrapIndex(h[1] * y, ny)],
-                       ez[WrapIndex(h[2] * z, nz)]);
+        return Product(ex[WrapIndex(h[0] * x, nx)], ey[WrapIndex(h[1] * y, ny)], ez[WrapIndex(h[2] * z, nz)]);
     };
 
     const std::vector<int> shifts = LatticeShifts(ops, nOps, nCenter, size);
@@ -177,8 +167,7 @@ void ThreadData::MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops
     std::vector<std::complex<double>> lattice(nRefl, 0.0);
     for (int i = 0; i < nRefl; ++i) {
         int* h = &hkl[3 * i];
-        if (refl[i]->hkl.nItems() > 0)
-            std::copy(refl[i]->hkl.item(0), refl[i]->hkl.item(0) + 3, h);
+        if (refl[i]->hkl.nItems() > 0) std::copy(refl[i]->hkl.item(0), refl[i]->hkl.item(0) + 3, h);
         for (int k = 0; k < nBlocks; ++k)
             lattice[i] += phaseOf(h, shifts[3 * k], shifts[3 * k + 1], shifts[3 * k + 2]);
         lattice[i] /= nBlocks;
@@ -200,8 +189,7 @@ void ThreadData::MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops
             for (int i = 0; i < nRefl; ++i) {
                 const std::complex<double> e = Product(phaseOf(&hkl[3 * i], x, y, z), lattice[i]);
                 cosRow[i] += e.real() * scale;
-                if (sinRow)
-                    sinRow[i] += e.imag() * scale;
+                if (sinRow) sinRow[i] += e.imag() * scale;
             }
         }
     }

@@ -18,13 +18,13 @@
 // prior file is read; a flat prior is one value per side.
 class ThreadData : public Object {
 public:
-    int nVoxelCell = 0;    // points of the whole cell
-    int size[6] = {};      // grid numbers nx, ny, nz in the first three entries
-    int nVoxel = 0;        // voxels of this block
-    int offset = 0;        // global number of this block's first voxel
-    int nRefl = 0;         // columns of the phase tables: every reflection of the list
-    int nReflFG = 0;       // leading columns that the constraint derivatives act on
-    int nReflE = 0;        // trailing columns of reflections calculated for the report only
+    int nVoxelCell = 0;  // points of the whole cell
+    int size[6] = {};    // grid numbers nx, ny, nz in the first three entries
+    int nVoxel = 0;      // voxels of this block
+    int offset = 0;      // global number of this block's first voxel
+    int nRefl = 0;       // columns of the phase tables: every reflection of the list
+    int nReflFG = 0;     // leading columns that the constraint derivatives act on
+    int nReflE = 0;      // trailing columns of reflections calculated for the report only
     // Runs of the analysis's voxel lists, not the block's own:
     const int* gridIndex = nullptr;     // each voxel's cell point x + nx (y + ny z)
     const int* multiplicity = nullptr;  // orbit size of each voxel on the grid
@@ -34,14 +34,14 @@ public:
     VectorXD rho1;
     VectorXD rho2Old;
     VectorXD rho2;
-    VectorXD rho12;  // rho1 + rho2: what the Fourier transforms read; FFT path: a run of densitySum
+    VectorXD rho12;            // rho1 + rho2: what the Fourier transforms read; FFT path: a run of densitySum
     double* prior1 = nullptr;  // null: the flat prior flatPrior1 at every voxel
     double* prior2 = nullptr;
-    double flatPrior1 = 0.0;   // F000 / nVoxelCell of each side
+    double flatPrior1 = 0.0;  // F000 / nVoxelCell of each side
     double flatPrior2 = 0.0;
     const double* realGrid = nullptr;  // FFT path: the cell grid of the transforms
-    double* partialA = nullptr;     // direct path: this block's share of every A
-    double* partialB = nullptr;     // direct path, acentric only: share of every B
+    double* partialA = nullptr;        // direct path: this block's share of every A
+    double* partialB = nullptr;        // direct path, acentric only: share of every B
     VectorXD dCdR;
     VectorXD dQdRho1;
     VectorXD curv1;
@@ -51,7 +51,7 @@ public:
     VectorXD step2;
     double F000Plus = 0.0;
     double F000Minus = 0.0;
-    double totalPlus = 0.0;   // multiplicity-weighted totals of rho1 and rho2, by SumTotals
+    double totalPlus = 0.0;  // multiplicity-weighted totals of rho1 and rho2, by SumTotals
     double totalMinus = 0.0;
     double* cosTable = nullptr;  // direct path: nVoxel rows of nRefl entries
     double* sinTable = nullptr;  // direct path; null for a centrosymmetric structure
@@ -69,15 +69,14 @@ public:
     // densitySum, which holds every voxel in global order, so that the gather
     // into the cell grid reads one array.
     // nRefl counts every reflection of refl, the last nReflE of them report-only.
-    void Create(int dim, const int* size, double F000Plus, double F000Minus,
-                const int* point, const int* multiplicity, double* realGrid,
-                double* densitySum, ObjVector<StructureFactor>& refl,
-                int nRefl, const int* ops, int nOps, int nCenter, int centroFactor, bool useFFT,
-                int nReflE);
+    void Create(int dim, const int* size, double F000Plus, double F000Minus, const int* point,
+                const int* multiplicity, double* realGrid, double* densitySum,
+                ObjVector<StructureFactor>& refl, int nRefl, const int* ops, int nOps, int nCenter,
+                int centroFactor, bool useFFT, int nReflE);
     // Cosine (and sine) of every voxel against every reflection: multiplicity
     // times the mean over all operators, so that F is rho12 times a column.
-    void MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops, int nOps,
-                        int nCenter, int centroFactor);
+    void MakePhaseTable(ObjVector<StructureFactor>& refl, const int* ops, int nOps, int nCenter,
+                        int centroFactor);
 
     // ZSPA: exponential step from the old densities; Zp, Zm are set to the new totals.
     void ZSPA_Calc_Next_Rho1(double L, double& Zp, double& Zm);

@@ -50,31 +50,26 @@ inline double ExpStep(int n, double c, const double* __restrict D, const double*
 
 // Sum of -ln(r / p) * m.
 template <class Prior>
-inline double SumLogRatio(int n, const double* __restrict r, Prior p,
-                          const int* __restrict m) {
+inline double SumLogRatio(int n, const double* __restrict r, Prior p, const int* __restrict m) {
     double s = 0.0;
-    for (int v = 0; v < n; ++v)
-        s += -std::log(r[v] / p[v]) * m[v];
+    for (int v = 0; v < n; ++v) s += -std::log(r[v] / p[v]) * m[v];
     return s;
 }
 
 // Sum of exp(c D) * (p / F000) * m: the normalisation of the exponential density.
 template <class Prior>
-inline double SumExpPrior(int n, double c, double F000, const double* __restrict D,
-                          Prior p, const int* __restrict m) {
+inline double SumExpPrior(int n, double c, double F000, const double* __restrict D, Prior p,
+                          const int* __restrict m) {
     double s = 0.0;
-    for (int v = 0; v < n; ++v)
-        s += std::exp(c * D[v]) * (p[v] / F000) * m[v];
+    for (int v = 0; v < n; ++v) s += std::exp(c * D[v]) * (p[v] / F000) * m[v];
     return s;
 }
 
 // Sum of -ln(r / p) * r * m, the entropy before its sign.
 template <class Prior>
-inline double SumEntropy(int n, const double* __restrict r, Prior p,
-                         const int* __restrict m) {
+inline double SumEntropy(int n, const double* __restrict r, Prior p, const int* __restrict m) {
     double s = 0.0;
-    for (int v = 0; v < n; ++v)
-        s += -std::log(r[v] / p[v]) * r[v] * m[v];
+    for (int v = 0; v < n; ++v) s += -std::log(r[v] / p[v]) * r[v] * m[v];
     return s;
 }
 
@@ -82,8 +77,8 @@ inline double SumEntropy(int n, const double* __restrict r, Prior p,
 // returns the multiplicity-weighted sum of q^2.
 template <bool Negative, class Prior>
 double GradientAndCurvature(int n, double sL, double La, double mu, const double* __restrict D,
-                            const double* __restrict o, Prior p,
-                            const int* __restrict m, double* __restrict q, double* __restrict curv) {
+                            const double* __restrict o, Prior p, const int* __restrict m,
+                            double* __restrict q, double* __restrict curv) {
     double s = 0.0;
     for (int v = 0; v < n; ++v) {
         q[v] = -(std::log(o[v] / p[v]) + mu) - D[v] * sL;
@@ -96,8 +91,8 @@ double GradientAndCurvature(int n, double sL, double La, double mu, const double
 // The Newton-like step for correction t: step and new density; total and
 // step total weighted by multiplicity into sr and ss.
 inline void NewtonStep(int n, double t, const double* __restrict o, const double* __restrict q,
-                       const double* __restrict curv, const int* __restrict m,
-                       double* __restrict step, double* __restrict r, double& sr, double& ss) {
+                       const double* __restrict curv, const int* __restrict m, double* __restrict step,
+                       double* __restrict r, double& sr, double& ss) {
     double sa = 0.0, sc = 0.0;
 #pragma omp simd reduction(+ : sa, sc)
     for (int v = 0; v < n; ++v) {
@@ -114,8 +109,7 @@ inline void NewtonStep(int n, double t, const double* __restrict o, const double
 // Multiplicity-weighted sum of r.
 double WeightedSum(int n, const double* __restrict r, const int* __restrict m) {
     double s = 0.0;
-    for (int v = 0; v < n; ++v)
-        s += m[v] * r[v];
+    for (int v = 0; v < n; ++v) s += m[v] * r[v];
     return s;
 }
 
@@ -124,16 +118,15 @@ double WeightedSum(int n, const double* __restrict r, const int* __restrict m) {
 // its total. With FormSum the density also goes to sum, which is rho12 when
 // there is no negative side to add.
 template <bool Negative, bool FormSum, class Prior>
-double BfgsSide(int n, const double* __restrict x, Prior p, const int* __restrict m,
-                double* __restrict r, double* __restrict sum, double* __restrict grad, double& S) {
+double BfgsSide(int n, const double* __restrict x, Prior p, const int* __restrict m, double* __restrict r,
+                double* __restrict sum, double* __restrict grad, double& S) {
     double q = 0.0, s = 0.0;
 #pragma omp simd reduction(+ : q, s)
     for (int v = 0; v < n; ++v) {
         const double mr = Negative ? -(x[v] * x[v]) : x[v] * x[v];
         q += mr;
         r[v] = mr / m[v];
-        if (FormSum)
-            sum[v] = r[v];
+        if (FormSum) sum[v] = r[v];
         const double l = std::log(r[v] / p[v]);
         // p (p / p - 1) is p ln(p / p): zero, or not a number for a prior of zero.
         const double e = (r[v] * l + p[v] * (p[v] / p[v] - 1.0)) * m[v];
@@ -153,8 +146,7 @@ void ThreadData::ZSPA_Calc_Next_Rho1(double L, double& Zp, double& Zm) {
     Zp = 0.0;
     Zm = 0.0;
     const double total = std::fabs(F000Plus) + std::fabs(F000Minus);
-    if (HasPlus())
-        Zp = ExpStep(nVoxel, -(F000Plus / total) * L, dCdR.p_, rho1Old.p_, multiplicity, rho1.p_);
+    if (HasPlus()) Zp = ExpStep(nVoxel, -(F000Plus / total) * L, dCdR.p_, rho1Old.p_, multiplicity, rho1.p_);
     if (HasMinus())
         Zm = ExpStep(nVoxel, -(F000Minus / total) * L, dCdR.p_, rho2Old.p_, multiplicity, rho2.p_);
 }
@@ -168,8 +160,7 @@ void ThreadData::ZSPA_Normalize(double a, double b) {
     double* __restrict out = rho12.p_;
     if (!StoresMinus()) {
 #pragma omp simd
-        for (int v = 0; v < nVoxel; ++v)
-            out[v] = r1[v] = r1[v] * sa;
+        for (int v = 0; v < nVoxel; ++v) out[v] = r1[v] = r1[v] * sa;
         return;
     }
     double* __restrict r2 = rho2.p_;
@@ -183,9 +174,11 @@ void ThreadData::ZSPA_Normalize(double a, double b) {
 
 void ThreadData::Calc_mu1(double& a, double& b) {
     if (HasPlus())
-        a += WithPrior(prior1, flatPrior1, [&](auto p) { return SumLogRatio(nVoxel, rho1.p_, p, multiplicity); });
+        a += WithPrior(prior1, flatPrior1,
+                       [&](auto p) { return SumLogRatio(nVoxel, rho1.p_, p, multiplicity); });
     if (HasMinus())
-        b += WithPrior(prior2, flatPrior2, [&](auto p) { return SumLogRatio(nVoxel, rho2.p_, p, multiplicity); });
+        b += WithPrior(prior2, flatPrior2,
+                       [&](auto p) { return SumLogRatio(nVoxel, rho2.p_, p, multiplicity); });
 }
 
 void ThreadData::Calc_mu2(double L, double& a, double& b) {
@@ -201,41 +194,38 @@ void ThreadData::Calc_mu2(double L, double& a, double& b) {
 
 void ThreadData::Calc_Partial_Entropy(double& Sp, double& Sm) {
     if (HasPlus())
-        Sp = Sign(F000Plus) *
-             WithPrior(prior1, flatPrior1, [&](auto p) { return SumEntropy(nVoxel, rho1.p_, p, multiplicity); });
+        Sp = Sign(F000Plus) * WithPrior(prior1, flatPrior1,
+                                        [&](auto p) { return SumEntropy(nVoxel, rho1.p_, p, multiplicity); });
     if (HasMinus())
-        Sm = Sign(F000Minus) *
-             WithPrior(prior2, flatPrior2, [&](auto p) { return SumEntropy(nVoxel, rho2.p_, p, multiplicity); });
+        Sm = Sign(F000Minus) * WithPrior(prior2, flatPrior2, [&](auto p) {
+                 return SumEntropy(nVoxel, rho2.p_, p, multiplicity);
+             });
 }
 
 // partial[i] = sum over the block of rho12[v] * table[v][i], one row at a time
 // so that both the table and the result are walked with unit stride.
-static void AccumulateRows(const double* __restrict table, const double* __restrict rho,
-                           int nVoxel, int rowLength, int columns, double* __restrict partial) {
+static void AccumulateRows(const double* __restrict table, const double* __restrict rho, int nVoxel,
+                           int rowLength, int columns, double* __restrict partial) {
 #pragma omp simd
-    for (int i = 0; i < columns; ++i)
-        partial[i] = 0.0;
+    for (int i = 0; i < columns; ++i) partial[i] = 0.0;
     for (int v = 0; v < nVoxel; ++v) {
         const double* __restrict row = table + static_cast<std::size_t>(v) * rowLength;
         const double r = rho[v];
 #pragma omp simd
-        for (int i = 0; i < columns; ++i)
-            partial[i] += r * row[i];
+        for (int i = 0; i < columns; ++i) partial[i] += r * row[i];
     }
 }
 
 void ThreadData::Calc_Partial_Fcalc(int withE) {
     const int columns = withE ? nRefl : nRefl - nReflE;
     AccumulateRows(cosTable, rho12.p_, nVoxel, nRefl, columns, partialA);
-    if (sinTable)
-        AccumulateRows(sinTable, rho12.p_, nVoxel, nRefl, columns, partialB);
+    if (sinTable) AccumulateRows(sinTable, rho12.p_, nVoxel, nRefl, columns, partialB);
 }
 
 void ThreadData::Calc_dCdR_FFT() {
     double* __restrict D = dCdR.p_;
     const int* __restrict at = gridIndex;
-    for (int v = 0; v < nVoxel; ++v)
-        D[v] = realGrid[at[v]];
+    for (int v = 0; v < nVoxel; ++v) D[v] = realGrid[at[v]];
 }
 
 // A table entry is the multiplicity times an orbit mean, so the division by
@@ -247,13 +237,11 @@ void ThreadData::Calc_dCdR_DFT(const double* dA, const double* dB) {
         const double* __restrict c = cosTable + static_cast<std::size_t>(v) * nRefl;
         double s = 0.0;
 #pragma omp simd reduction(+ : s)
-        for (int i = 0; i < nReflFG; ++i)
-            s += dA[i] * c[i];
+        for (int i = 0; i < nReflFG; ++i) s += dA[i] * c[i];
         if (sinTable) {
             const double* __restrict sn = sinTable + static_cast<std::size_t>(v) * nRefl;
 #pragma omp simd reduction(+ : s)
-            for (int i = 0; i < nReflFG; ++i)
-                s += dB[i] * sn[i];
+            for (int i = 0; i < nReflFG; ++i) s += dB[i] * sn[i];
         }
         D[v] = s / m[v];
     }
@@ -264,20 +252,17 @@ void ThreadData::Calc_dCdR_DFT(const double* dA, const double* dB) {
 void ThreadData::CalcLnRho() {
     double* __restrict out = rho12.p_;
 #pragma omp simd
-    for (int v = 0; v < nVoxel; ++v)
-        out[v] = 0.0;
+    for (int v = 0; v < nVoxel; ++v) out[v] = 0.0;
     if (HasPlus()) {
         const double* __restrict r = rho1.p_;
         WithPrior(prior1, flatPrior1, [&](auto p) {
-            for (int v = 0; v < nVoxel; ++v)
-                out[v] -= std::log(r[v] / p[v]);
+            for (int v = 0; v < nVoxel; ++v) out[v] -= std::log(r[v] / p[v]);
         });
     }
     if (HasMinus()) {
         const double* __restrict r = rho2.p_;
         WithPrior(prior2, flatPrior2, [&](auto p) {
-            for (int v = 0; v < nVoxel; ++v)
-                out[v] = std::log(r[v] / p[v]);
+            for (int v = 0; v < nVoxel; ++v) out[v] = std::log(r[v] / p[v]);
         });
     }
 }
@@ -292,8 +277,7 @@ void ThreadData::Add_Rho12() {
     }
     const double* __restrict r2 = rho2.p_;
 #pragma omp simd
-    for (int v = 0; v < nVoxel; ++v)
-        out[v] = r1[v] + r2[v];
+    for (int v = 0; v < nVoxel; ++v) out[v] = r1[v] + r2[v];
 }
 
 void ThreadData::SumTotals() {
@@ -309,30 +293,26 @@ static void SwapStorage(VectorXD& a, VectorXD& b) {
 }
 
 void ThreadData::SwapRho() {
-    if (HasPlus())
-        SwapStorage(rho1Old, rho1);
-    if (HasMinus())
-        SwapStorage(rho2Old, rho2);
+    if (HasPlus()) SwapStorage(rho1Old, rho1);
+    if (HasMinus()) SwapStorage(rho2Old, rho2);
 }
 
 void ThreadData::CopyRho() {
-    if (HasPlus())
-        rho1Old.Init(rho1);
-    if (HasMinus())
-        rho2Old.Init(rho2);
+    if (HasPlus()) rho1Old.Init(rho1);
+    if (HasMinus()) rho2Old.Init(rho2);
 }
 
 void ThreadData::Calc_dQdL(double L, double a, double mu1, double mu2, double& d1, double& d2) {
     ReserveNewtonVectors();
     if (HasPlus())
         d1 += WithPrior(prior1, flatPrior1, [&](auto p) {
-            return GradientAndCurvature<false>(nVoxel, Sign(F000Plus) * L, L * a, mu1, dCdR.p_,
-                                               rho1Old.p_, p, multiplicity, dQdRho1.p_, curv1.p_);
+            return GradientAndCurvature<false>(nVoxel, Sign(F000Plus) * L, L * a, mu1, dCdR.p_, rho1Old.p_, p,
+                                               multiplicity, dQdRho1.p_, curv1.p_);
         });
     if (HasMinus())
         d2 += WithPrior(prior2, flatPrior2, [&](auto p) {
-            return GradientAndCurvature<true>(nVoxel, Sign(F000Minus) * L, L * a, mu2, dCdR.p_,
-                                              rho2Old.p_, p, multiplicity, dQdRho2.p_, curv2.p_);
+            return GradientAndCurvature<true>(nVoxel, Sign(F000Minus) * L, L * a, mu2, dCdR.p_, rho2Old.p_, p,
+                                              multiplicity, dQdRho2.p_, curv2.p_);
         });
 }
 
@@ -347,10 +327,8 @@ void ThreadData::Calc_Next_Rho3(double t, double& a, double& b, double& c, doubl
 
 void ThreadData::Normalize3(double& a, double& b) {
     ReserveNewtonVectors();
-    if (HasPlus())
-        rho1.Add(step1, a);
-    if (HasMinus())
-        rho2.Add(step2, b);
+    if (HasPlus()) rho1.Add(step1, a);
+    if (HasMinus()) rho2.Add(step2, b);
     Add_Rho12();
 }
 
@@ -413,7 +391,6 @@ double ThreadData::Dot(const VectorD& a, const VectorD& b) const {
     const int* __restrict m = multiplicity;
     double s = 0.0;
 #pragma omp simd reduction(+ : s)
-    for (int v = 0; v < nVoxel; ++v)
-        s += pa[v] * pb[v] * m[v];
+    for (int v = 0; v < nVoxel; ++v) s += pa[v] * pb[v] * m[v];
     return s;
 }

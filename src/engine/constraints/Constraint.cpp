@@ -12,8 +12,7 @@ namespace {
 // (n - 1)!! = 1 * 3 * ... * (n - 1), the n-th moment of a unit normal distribution.
 int OddDoubleFactorial(int n) {
     int f = 1;
-    for (int k = 3; k < n; k += 2)
-        f *= k;
+    for (int k = 3; k < n; k += 2) f *= k;
     return f;
 }
 
@@ -23,9 +22,7 @@ double Equivalents(ObjVector<StructureFactor>& refl, int at) {
 }
 
 // t^k; the first two powers, which order 2 uses, without a call.
-double Power(double t, int k) {
-    return k == 0 ? 1.0 : k == 1 ? t : std::pow(t, k);
-}
+double Power(double t, int k) { return k == 0 ? 1.0 : k == 1 ? t : std::pow(t, k); }
 
 }  // namespace
 
@@ -34,8 +31,7 @@ Constraint::~Constraint() {
     FreeAligned(derivB);
 }
 
-Constraint* Constraint::Create(int nRef0, int nRef1, int nRef2, int nGroup, int order,
-                               int nVoxelCell) {
+Constraint* Constraint::Create(int nRef0, int nRef1, int nRef2, int nGroup, int order, int nVoxelCell) {
     std::unique_ptr<Constraint> c(new Constraint);
     c->order = order;
     c->nRef0 = nRef0;
@@ -50,10 +46,9 @@ Constraint* Constraint::Create(int nRef0, int nRef1, int nRef2, int nGroup, int 
     return c.release();
 }
 
-double Constraint::CalcDerivative(int /*mode*/, ObjVector<StructureFactor>& refl, double* dA,
-                                  double* dB, double* wF, double* Gc, std::vector<int>& groupSize,
-                                  std::vector<int>& groupMult, double* wN, double weight,
-                                  int linearG) {
+double Constraint::CalcDerivative(int /*mode*/, ObjVector<StructureFactor>& refl, double* dA, double* dB,
+                                  double* wF, double* Gc, std::vector<int>& groupSize,
+                                  std::vector<int>& groupMult, double* wN, double weight, int linearG) {
     const int n = order;
     const int k = n / 2;
     const double D = static_cast<double>(nRef1 + nGroup) * doubleFactorial;
@@ -79,15 +74,15 @@ double Constraint::CalcDerivative(int /*mode*/, ObjVector<StructureFactor>& refl
             const double M = Equivalents(refl, p + nRef0);
             if (linearG) {
                 u += Power(r * r, k) / D * W * wN[p];
-                derivA[p] = Power(r * r, k - 1) * n * std::sqrt(wF[p]) / D * W * wN[p] * M /
-                            (-groupMult[g]) * r;
+                derivA[p] =
+                    Power(r * r, k - 1) * n * std::sqrt(wF[p]) / D * W * wN[p] * M / (-groupMult[g]) * r;
                 // The mean real part does not depend on B: derivB keeps what it
                 // holds, zero from Create, or the order-2 term of an unobserved
                 // reflection at the same position.
             } else {
                 u += W * wN[p] * (Power(r * r, k) / D);
-                const double e = wN[p] * M * (Power(r, n - 1) * std::sqrt(wF[p]) * n / D) /
-                                 (groupMult[g] * Gc[g]) * W;
+                const double e =
+                    wN[p] * M * (Power(r, n - 1) * std::sqrt(wF[p]) * n / D) / (groupMult[g] * Gc[g]) * W;
                 // A group whose calculated magnitude is 0 has no derivative by its members.
                 if (std::isfinite(e)) {
                     derivA[p] = -e * refl[p + nRef0]->A;
@@ -116,8 +111,7 @@ void Constraint::Calc_CFn(double* out, int* orders, int count, double* dA, doubl
         const int k = orders[c] / 2;
         const double dd = OddDoubleFactorial(orders[c]);
         double sum = 0.0;
-        for (int i = 0; i < nRef1; ++i)
-            sum += std::pow(dA[i] * dA[i] + dB[i] * dB[i], k) / (D * dd);
+        for (int i = 0; i < nRef1; ++i) sum += std::pow(dA[i] * dA[i] + dB[i] * dB[i], k) / (D * dd);
         int first = nRef1;
         for (int g = 0; g < nGroup && g < static_cast<int>(groupSize.size()) && first < end; ++g) {
             sum += std::pow(dA[first] * dA[first], k) / (dd * D);

@@ -20,7 +20,7 @@ public:
     int nRef2 = 0;  // grouped reflections
     int nGroup = 0;
     int nVoxelCell = 0;
-    int doubleFactorial = 1;  // (order - 1)!!
+    int doubleFactorial = 1;   // (order - 1)!!
     double* derivA = nullptr;  // d(term) / dA of each constraint position
     double* derivB = nullptr;  // d(term) / dB of each constraint position
 
@@ -30,18 +30,16 @@ public:
     Constraint& operator=(const Constraint&) = delete;
 
     // A new term with zeroed derivatives; the caller owns it until a list takes it.
-    static Constraint* Create(int nRef0, int nRef1, int nRef2, int nGroup, int order,
-                                                        int nVoxelCell);
+    static Constraint* Create(int nRef0, int nRef1, int nRef2, int nGroup, int order, int nVoxelCell);
 
     // Value and derivatives for the residuals dA, dB (already scaled by sqrt(wF)).
     // wN are the relative weights, weight the fraction of lambda of this order;
     // linearG selects groups compared by their mean real part instead of magnitude.
-    double CalcDerivative(int mode, ObjVector<StructureFactor>& refl, double* dA, double* dB,
-                                                double* wF, double* Gc, std::vector<int>& groupSize,
-                                                std::vector<int>& groupMult, double* wN, double weight, int linearG);
+    double CalcDerivative(int mode, ObjVector<StructureFactor>& refl, double* dA, double* dB, double* wF,
+                          double* Gc, std::vector<int>& groupSize, std::vector<int>& groupMult, double* wN,
+                          double weight, int linearG);
     // Adds this term's derivatives into re and im.
     void MergeDerivative(double* re, double* im) const;
     // Unweighted moments C_n of the residuals for the report, one per order.
-    void Calc_CFn(double* out, int* orders, int count, double* dA, double* dB,
-                                std::vector<int>& groupSize);
+    void Calc_CFn(double* out, int* orders, int count, double* dA, double* dB, std::vector<int>& groupSize);
 };

@@ -71,13 +71,11 @@ void MEMData::Calc_Constraint(int cycle) {
         // A magnitude at rounding level is the zero it stands for (all members
         // of a group vanish at the flat start, say): the derivative divides by
         // it, and noise would otherwise set the direction of a full-size step.
-        if (!param.estimateUnobserved && Gcalc[g] <= zeroG)
-            Gcalc[g] = 0.0;
+        if (!param.estimateUnobserved && Gcalc[g] <= zeroG) Gcalc[g] = 0.0;
         const double d = Gobs[g] - Gcalc[g];
         sum2 += d * d * weightG[g];
         sumAbs2 += std::fabs(d);
-        for (int p = first; p < last; ++p)
-            residualRe[p] = d * std::sqrt(weightG[g]);
+        for (int p = first; p < last; ++p) residualRe[p] = d * std::sqrt(weightG[g]);
         first = last;
     }
 
@@ -106,13 +104,11 @@ void MEMData::Calc_Constraint(int cycle) {
     std::memset(derivIm, 0, sizeof(double) * end);
     for (int c = 0; c < constraints.size(); ++c) {
         double weight = param.lambdaFraction[c];
-        if (c > 0 && weight == 0.0)
-            continue;
-        if (Algorithm() == kAlgorithmZSPA && weight != 0.0)
-            weight /= std::pow(constr, c);
-        wConstr += constraints[c]->CalcDerivative(cycle, reflections, residualRe, residualIm,
-                                                  weightF, Gcalc, groupSize, groupMult,
-                                                  refWeight, weight, param.estimateUnobserved);
+        if (c > 0 && weight == 0.0) continue;
+        if (Algorithm() == kAlgorithmZSPA && weight != 0.0) weight /= std::pow(constr, c);
+        wConstr +=
+            constraints[c]->CalcDerivative(cycle, reflections, residualRe, residualIm, weightF, Gcalc,
+                                           groupSize, groupMult, refWeight, weight, param.estimateUnobserved);
         constraints[c]->MergeDerivative(derivRe, derivIm);
     }
 }

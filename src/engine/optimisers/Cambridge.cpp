@@ -19,9 +19,7 @@ constexpr double kGradientDone = 0.001;
 constexpr double kLargestStep = 1e25;
 constexpr int kCheckpointEvery = 500;
 
-bool Done(const MEMData& d) {
-    return kConstrDone > std::fabs(d.constr - 1.0) && kGradientDone > d.gradNorm;
-}
+bool Done(const MEMData& d) { return kConstrDone > std::fabs(d.constr - 1.0) && kGradientDone > d.gradNorm; }
 
 // Calls f(block, s1, s2) on every block and returns the two sums, added in block order.
 template <class F>
@@ -53,21 +51,20 @@ void UpdateMeansAndGradient(MEMData& d) {
 // The present density holds both target totals; an overflowed exponential
 // step normalises to zero or not-a-number instead.
 bool HoldsTotals(const MEMData& d) {
-    const double mismatch = std::fabs(d.calcMoment[0] - d.targetMoment[0]) +
-                            std::fabs(d.calcMoment[1] - d.targetMoment[1]);
+    const double mismatch =
+        std::fabs(d.calcMoment[0] - d.targetMoment[0]) + std::fabs(d.calcMoment[1] - d.targetMoment[1]);
     return mismatch <= 1e-6 * (std::fabs(d.targetMoment[0]) + std::fabs(d.targetMoment[1]));
 }
 
-double Objective(const MEMData& d) {
-    return d.entropyPlus + d.entropyMinus - (d.wConstr - 1.0) * d.lambda;
-}
+double Objective(const MEMData& d) { return d.entropyPlus + d.entropyMinus - (d.wConstr - 1.0) * d.lambda; }
 
 // One trial density for the damping `step`, normalised to the totals, with
 // its entropy, structure factors, constraint and derivatives.
 void Trial(MEMData& d, double step) {
     double s[4];
-    SumOverBlocks(d.threads, d.nThreads, d.blockSums, 4, s,
-                  [&](int, ThreadData& block, double* r) { block.Calc_Next_Rho3(step, r[0], r[1], r[2], r[3]); });
+    SumOverBlocks(d.threads, d.nThreads, d.blockSums, 4, s, [&](int, ThreadData& block, double* r) {
+        block.Calc_Next_Rho3(step, r[0], r[1], r[2], r[3]);
+    });
     const double p = (d.targetMoment[0] - s[0]) / s[2];
     const double q = (d.targetMoment[1] - s[1]) / s[3];
     double e1 = 0.0, e2 = 0.0;
@@ -182,7 +179,8 @@ void Cambridge(MEMData& d) {
         if (d.cycle % 10 == 0 || Done(d)) {
             IO::Printf(" CYCLE %d: Lambda=%13.6E  <dQ/dR> = %13.6E\n", d.cycle, d.lambda, d.gradNorm);
             IO::Printf(" CONSTR = %13.6E  CONF = %13.6E  CONG = %13.6E\n", d.constr, d.CONF, d.CONG);
-            IO::Printf("  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n\n", prevQ - d.objective, d.RF, d.wRF);
+            IO::Printf("  DELTA = %13.6E    RF =  %-12.6f   wRF =  %-12.6f\n\n", prevQ - d.objective, d.RF,
+                       d.wRF);
         }
         if (step > 1e-5) step *= 0.95;
         if (d.cycle > d.param.maxCycles || Done(d)) break;

@@ -74,18 +74,18 @@
 
 namespace {
 
-constexpr double kConstrDone = 1e-4;     // |C - 1| of a satisfied run
+constexpr double kConstrDone = 1e-4;  // |C - 1| of a satisfied run
 // The end: |C - 1| and the relative dual gradient ||g|| / ||Fobs|| this small
 // leave one optimum, whatever the thread count did to the last bits on the way.
 constexpr double kConstrEnd = 2e-9;
 constexpr double kFinalGradient = 1e-9;
-constexpr double kStageGradient = 1e-3;  // the relative gradient of an intermediate stage
-constexpr double kStageFactor = 4.0;     // the target C falls by this per stage
+constexpr double kStageGradient = 1e-3;            // the relative gradient of an intermediate stage
+constexpr double kStageFactor = 4.0;               // the target C falls by this per stage
 constexpr double kMaxLogStep = 2.772588722239781;  // ln 16: lambda moves at most so far per stage
-constexpr double kSlope = -1.25;         // d ln C / d ln lambda until two stages measure it
+constexpr double kSlope = -1.25;                   // d ln C / d ln lambda until two stages measure it
 constexpr double kArmijo = 1e-4;
-constexpr double kRounding = 1e-13;      // relative rounding of f that the line search forgives
-constexpr int kMaxProducts = 150;        // Hessian products of one Newton step
+constexpr double kRounding = 1e-13;  // relative rounding of f that the line search forgives
+constexpr int kMaxProducts = 150;    // Hessian products of one Newton step
 constexpr double kSmallestStep = 1e-12;
 constexpr int kCheckpointEvery = 500;
 constexpr int kSums = 5;  // partial sums per block
@@ -134,9 +134,9 @@ private:
     double Dot(const std::vector<double>& x, const std::vector<double>& y) const;
 
     MEMData& d;
-    const int K;           // individual reflections; unknowns 2K
-    const double N;        // NREF1 + groups, the divisor of C
-    const double Fp, Fm;   // target totals, Fm <= 0
+    const int K;          // individual reflections; unknowns 2K
+    const double N;       // NREF1 + groups, the divisor of C
+    const double Fp, Fm;  // target totals, Fm <= 0
     const bool plus, minus, centric;
     double lambda = 1.0;
     double lnZp = 0.0, lnZm = 0.0, f = 0.0, gamma = 0.0, fobsNorm = 1.0;
@@ -149,11 +149,17 @@ private:
 };
 
 DualSolver::DualSolver(MEMData& data)
-    : d(data), K(data.nRefF), N(data.nRefF + data.nGroups), Fp(data.targetMoment[0]),
-      Fm(data.targetMoment[1]), plus(Fp != 0.0), minus(Fm != 0.0), centric(data.centroFactor == 2) {
+    : d(data),
+      K(data.nRefF),
+      N(data.nRefF + data.nGroups),
+      Fp(data.targetMoment[0]),
+      Fm(data.targetMoment[1]),
+      plus(Fp != 0.0),
+      minus(Fm != 0.0),
+      centric(data.centroFactor == 2) {
     const std::size_t n = 2 * static_cast<std::size_t>(K);
-    for (std::vector<double>* v : {&fobs, &r0, &u, &mask, &flatDiag, &diag, &theta, &Fc, &grad, &dir, &res,
-                                   &z, &p, &Hp})
+    for (std::vector<double>* v :
+         {&fobs, &r0, &u, &mask, &flatDiag, &diag, &theta, &Fc, &grad, &dir, &res, &z, &p, &Hp})
         v->assign(n, 0.0);
     sums.Resize(d.threads.size(), kSums);
     const double W = d.param.lambdaFraction[0];
@@ -508,8 +514,9 @@ bool DualSolver::NewtonStep(double tolerance) {
         Evaluate();
     }
     ++steps;
-    IO::Printf(" NEWTON %3d: CONSTR = %13.6E  |g| = %10.3E  CG = %3d  step = %10.3E  lambda = %13.6E  cycles = %d\n",
-               steps, d.constr, gamma, products, t, lambda, d.cycle);
+    IO::Printf(
+        " NEWTON %3d: CONSTR = %13.6E  |g| = %10.3E  CG = %3d  step = %10.3E  lambda = %13.6E  cycles = %d\n",
+        steps, d.constr, gamma, products, t, lambda, d.cycle);
     if (d.cycle >= nextCheckpoint) {
         while (nextCheckpoint <= d.cycle) nextCheckpoint += kCheckpointEvery;
         Checkpoint();
@@ -531,8 +538,10 @@ void DualSolver::RefuseUnusablePrior() {
     ForEachBlock(d.threads, d.nThreads, [&](int t, ThreadData& block) {
         double bad = 0.0;
         for (int v = 0; v < block.nVoxel; ++v) {
-            if (plus && block.prior1 && !(block.prior1[v] / Fp > 0.0 && std::isfinite(block.prior1[v]))) bad = 1.0;
-            if (minus && block.prior2 && !(block.prior2[v] / Fm > 0.0 && std::isfinite(block.prior2[v]))) bad = 1.0;
+            if (plus && block.prior1 && !(block.prior1[v] / Fp > 0.0 && std::isfinite(block.prior1[v])))
+                bad = 1.0;
+            if (minus && block.prior2 && !(block.prior2[v] / Fm > 0.0 && std::isfinite(block.prior2[v])))
+                bad = 1.0;
         }
         sums.Row(t)[0] = bad;
     });
@@ -554,7 +563,9 @@ void DualSolver::Run() {
     if (!(d.param.startType && StartFromDensity())) {
         // The flat start: theta = 0, so a = 0 and the density is the prior.
         std::fill(theta.begin(), theta.end(), 0.0);
-        ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) { std::fill(block.rho1Old.p_, block.rho1Old.p_ + block.nVoxel, 0.0); });
+        ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& block) {
+            std::fill(block.rho1Old.p_, block.rho1Old.p_ + block.nVoxel, 0.0);
+        });
         target = -1.0;
     }
     Evaluate();
@@ -587,7 +598,8 @@ void DualSolver::Run() {
         const double lnL = std::log(lambda), lnC = std::log(C);
         double slope = havePrevious && lnL != lnLPrev ? (lnC - lnCPrev) / (lnL - lnLPrev) : kSlope;
         if (!(slope < -0.05) || !std::isfinite(slope)) slope = kSlope;
-        const double step = std::max(-kMaxLogStep, std::min(kMaxLogStep, (std::log(nextTarget) - lnC) / slope));
+        const double step =
+            std::max(-kMaxLogStep, std::min(kMaxLogStep, (std::log(nextTarget) - lnC) / slope));
         if (!std::isfinite(step)) break;
         havePrevious = true;
         lnLPrev = lnL;

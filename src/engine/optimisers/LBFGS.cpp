@@ -60,8 +60,7 @@ void ShareUnknowns(MEMData& d) {
     ForEachBlock(d.threads, d.nThreads, [&](int, ThreadData& b) {
         for (VectorXD* x : {&b.rho1Old, &b.rho2Old}) {
             if (x == &b.rho1Old ? !HasPlus(d) : !HasMinus(d)) continue;
-            for (int v = 0; v < b.nVoxel; ++v)
-                (*x)[v] = std::sqrt(std::fabs(b.multiplicity[v] * (*x)[v]));
+            for (int v = 0; v < b.nVoxel; ++v) (*x)[v] = std::sqrt(std::fabs(b.multiplicity[v] * (*x)[v]));
         }
     });
 }
@@ -117,8 +116,8 @@ void UpdateTotalsMultipliers(MEMData& d, int status) {
 }
 
 bool Converged(const MEMData& d) {
-    const double mismatch = std::fabs(d.targetMoment[0] - d.calcMoment[0]) +
-                            std::fabs(d.targetMoment[1] - d.calcMoment[1]);
+    const double mismatch =
+        std::fabs(d.targetMoment[0] - d.calcMoment[0]) + std::fabs(d.targetMoment[1] - d.calcMoment[1]);
     return std::fabs(d.constr - 1.0) <= d.param.convergenceLimit &&
            mismatch / (d.targetMoment[0] - d.targetMoment[1]) <= kTotalsMet;
 }
@@ -130,8 +129,8 @@ bool Converged(const MEMData& d) {
 bool Settled(MEMData& d, double Q, int k) {
     double& before = d.lbfgsState.recentObjective[k % kStallCycles];
     const double electrons = std::fabs(d.calcMoment[0]) + std::fabs(d.calcMoment[1]);
-    const bool settled = k > kStallCycles && Converged(d) &&
-                         std::fabs(Q - before) <= kStallPerElectron * electrons;
+    const bool settled =
+        k > kStallCycles && Converged(d) && std::fabs(Q - before) <= kStallPerElectron * electrons;
     before = Q;
     return settled;
 }
@@ -169,8 +168,7 @@ void MEMData::Calc_dCdR(VectorXDMP& g) {
     const double c0Minus = -2.0 * meanWeight * (targetMoment[1] - calcMoment[1]);
     ForEachBlock(threads, nThreads, [&](int t, ThreadData& b) {
         if (HasPlus(*this)) b.BFGS_Calc_dCdR(0, *g.parts[t], lam, multipliers[1], c0Plus);
-        if (HasMinus(*this))
-            b.BFGS_Calc_dCdR(1, *g.parts[MinusPart(*this, t)], lam, multipliers[2], c0Minus);
+        if (HasMinus(*this)) b.BFGS_Calc_dCdR(1, *g.parts[MinusPart(*this, t)], lam, multipliers[2], c0Minus);
     });
 }
 
@@ -218,7 +216,7 @@ int MEMData::progress(const VectorXDMP&, const VectorXDMP&, double fx, double xn
             if (candidate > M) M = candidate;
         if (ratio < 0.0441686413 * std::pow(std::log(dC / M + 1.0), 0.7)) return -1;
     }
-    if (k > 100 && constr < 0.96) return -1;   // the run has gone past the fit
+    if (k > 100 && constr < 0.96) return -1;  // the run has gone past the fit
     if (cycle >= param.maxCycles) return LBFGSERR_MAXIMUMITERATION;
     if (cycle % kCheckpointEvery == 0) Checkpoint(*this);
     return 0;
@@ -228,8 +226,8 @@ double MEMData::_evaluate(void* instance, const VectorXDMP& x, VectorXDMP& g, in
     return static_cast<MEMData*>(instance)->evaluate(x, g, n, step);
 }
 
-int MEMData::_progress(void* instance, const VectorXDMP& x, const VectorXDMP& g, double fx,
-                       double xnorm, double gnorm, double step, int n, int k, int ls) {
+int MEMData::_progress(void* instance, const VectorXDMP& x, const VectorXDMP& g, double fx, double xnorm,
+                       double gnorm, double step, int n, int k, int ls) {
     return static_cast<MEMData*>(instance)->progress(x, g, fx, xnorm, gnorm, step, n, k, ls);
 }
 

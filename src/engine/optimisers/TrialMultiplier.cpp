@@ -26,9 +26,7 @@ double CalcLambda(void* data, double lambda) {
     SumOverBlocks(mem.threads, mem.nThreads, mem.blockSums, 2, sums,
                   [&](int, ThreadData& block, double* s) { block.Calc_mu2(lambda, s[0], s[1]); });
     double a = sums[0], b = sums[1];
-    if (mem.targetMoment[0] != 0.0)
-        a = std::log(std::fabs(a));
-    if (mem.targetMoment[1] != 0.0)
-        b = std::log(std::fabs(b));
+    if (mem.targetMoment[0] != 0.0) a = std::log(std::fabs(a));
+    if (mem.targetMoment[1] != 0.0) b = std::log(std::fabs(b));
     return a + b - mem.mu1Mean - mem.mu2Mean;
 }

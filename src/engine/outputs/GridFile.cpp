@@ -139,8 +139,7 @@ float ReadDensity(FILE* f, float& scratch, double voxelVolume) {
 // Calls read(block, v) for every voxel in file order, the blocks' order, once
 // the voxel's index of an indexed file is passed over.
 template <class ReadVoxel>
-void ForEachFileVoxel(FILE* f, const PgridHeader& h, const ObjVector<ThreadData>& threads,
-                      ReadVoxel read) {
+void ForEachFileVoxel(FILE* f, const PgridHeader& h, const ObjVector<ThreadData>& threads, ReadVoxel read) {
     int32_t index = 0;
     for (ThreadData* block : threads) {
         for (int v = 0; v < block->nVoxel; ++v) {
@@ -168,8 +167,9 @@ int MEMData3D::WritePgrid() {
 
 int MEMData3D::ReadRho2() {
     PgridHeader h;
-    const IO::File file = OpenInputGrid(*this, param.gridFile, h, "Failed to read density data of previous run: %s\n",
-                                        "The calculation will be started from flat densities.\n", param.startType);
+    const IO::File file =
+        OpenInputGrid(*this, param.gridFile, h, "Failed to read density data of previous run: %s\n",
+                      "The calculation will be started from flat densities.\n", param.startType);
     if (!file) return 1;
     FILE* f = file.get();
     float scratch = 0.0f;

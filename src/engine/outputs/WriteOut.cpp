@@ -43,8 +43,8 @@ void WriteHeading(FILE* f, const MEMData3D& d) {
     fprintf(f, "     NREF2(G) = %d\n", d.nRefG);
     fprintf(f, "     NREF3(E) = %d\n\n", d.nRefE);
     fprintf(f, "  Number of voxels in the asymmetric unit = %d\n", d.NASYM);
-    fprintf(f, "        Number of voxels in the unit cell = %d (%d X %d X %d)\n", d.nVoxelCell,
-            d.gridSize[0], d.gridSize[1], d.gridSize[2]);
+    fprintf(f, "        Number of voxels in the unit cell = %d (%d X %d X %d)\n", d.nVoxelCell, d.gridSize[0],
+            d.gridSize[1], d.gridSize[2]);
 }
 
 // The analysis has already run on the grid it was given; a grid that does not
@@ -63,8 +63,8 @@ void WriteGridWarning(FILE* f, MEMData3D& d) {
     d.unitCell.CalcGridNo(finest, 0.05f);
     fprintf(f, " ********************************* Warning! ********************************* \n");
     fprintf(f, "  The number of grids is incompatible with the space group symmetry!\n");
-    fprintf(f, "  They must be (%dx X %dy X %dz) where x, y, and z are arbitrary integers.\n",
-            base[0], base[1], base[2]);
+    fprintf(f, "  They must be (%dx X %dy X %dz) where x, y, and z are arbitrary integers.\n", base[0],
+            base[1], base[2]);
     fprintf(f, "  Suggested grids are:\n");
     fprintf(f, "    (%d  %d  %d) for a resolution of about 0.1 angstrom,\n", fine[0], fine[1], fine[2]);
     fprintf(f, "    (%d  %d  %d) for a resolution of about 0.07 angstrom, and\n", finer[0], finer[1],
@@ -79,14 +79,13 @@ void WriteSettings(FILE* f, const MEMData3D& d) {
     fprintf(f, "\n");
     fprintf(f, "  Number of electrons in the unit cell (X-ray diffraction)\n");
     fprintf(f, "  or the sum of coherent-scattering lengths for all the atoms\n");
-    fprintf(f, "  in the unit cell (neutron diffraction): %g, %g\n\n", d.targetMoment[0],
-            d.targetMoment[1]);
+    fprintf(f, "  in the unit cell (neutron diffraction): %g, %g\n\n", d.targetMoment[0], d.targetMoment[1]);
     switch (d.Algorithm()) {
-        case 0: fprintf(f, "  The 0th order single-pixel approximation (ZSPA) algorithm\n"); break;
-        case 1: fprintf(f, "  The Limited-memory BFGS algorithm\n"); break;
-        case 2: fprintf(f, "  The Cambridge algorithm\n"); break;
-        case 4: fprintf(f, "  The exact solution by Newton's method on the dual (algorithm 4)\n"); break;
-        default: fprintf(f, "  Testing algorithm\n"); break;
+    case 0: fprintf(f, "  The 0th order single-pixel approximation (ZSPA) algorithm\n"); break;
+    case 1: fprintf(f, "  The Limited-memory BFGS algorithm\n"); break;
+    case 2: fprintf(f, "  The Cambridge algorithm\n"); break;
+    case 4: fprintf(f, "  The exact solution by Newton's method on the dual (algorithm 4)\n"); break;
+    default: fprintf(f, "  Testing algorithm\n"); break;
     }
     if (p.startType != 0)
         fprintf(f, "  Calculation was restarted from densities recorded in a file.\n");
@@ -106,8 +105,8 @@ void WriteSettings(FILE* f, const MEMData3D& d) {
     fprintf(f, "  Wighting factors lambda_n for higher order constraints.\n");
     fprintf(f, "  lambda_2  lambda_4  lambda_6  lambda_8  lambda_10 lambda_12 lambda_14 lambda_16.\n");
     const double* l = p.lambdaFraction;
-    fprintf(f, "  %8.6f %9.6f %9.6f %9.6f %9.6f %9.6f %9.6f %9.6f\n\n", l[0], l[1], l[2], l[3], l[4],
-            l[5], l[6], l[7]);
+    fprintf(f, "  %8.6f %9.6f %9.6f %9.6f %9.6f %9.6f %9.6f %9.6f\n\n", l[0], l[1], l[2], l[3], l[4], l[5],
+            l[6], l[7]);
     fprintf(f, "  CONSTR = %14.7E   RF = %8.6f\n", d.constr0, d.RF0);
     fprintf(f, "    CONF = %14.7E  wRF = %8.6f\n", d.CONF0, d.wRF0);
     fprintf(f, "    CONG = %14.7E\n\n", d.CONG0);
@@ -129,11 +128,9 @@ void WriteResults(FILE* f, const MEMData3D& d) {
                 std::log(d.Cn[n]));
     fprintf(f, "\n");
     if (d.targetMoment[0] != 0.0)
-        fprintf(f, "  Information Entropy (+) = %14.7E\n",
-                d.entropyPlus / std::fabs(d.targetMoment[0]));
+        fprintf(f, "  Information Entropy (+) = %14.7E\n", d.entropyPlus / std::fabs(d.targetMoment[0]));
     if (d.targetMoment[1] != 0.0)
-        fprintf(f, "  Information Entropy (-) = %14.7E\n\n",
-                d.entropyMinus / std::fabs(d.targetMoment[1]));
+        fprintf(f, "  Information Entropy (-) = %14.7E\n\n", d.entropyMinus / std::fabs(d.targetMoment[1]));
     fprintf(f, "  -------------------------------------------------------------- \n");
     // Only an upper limit: a fit far better than the uncertainties also counts.
     if (d.param.convergenceLimit > d.constr - 1.0)
@@ -157,27 +154,24 @@ int Multiplicity(const MEMData3D& d, const StructureFactor& r) {
 void WriteIndividualList(FILE* f, const MEMData3D& d) {
     const double N = d.nVoxelCell;
     fprintf(f, " ************************* List of structure factors ************************ \n");
-    fprintf(f, "%3s %3s %3s %11s %11s %11s %11s %10s %10s %3s %10s %14s %14s\n", "h", "k", "l",
-            "Fobs(R)", "Fobs(I)", "FMEM(R)", "FMEM(I)", "D/S(F)", "sigma(F)", "M", "Weight",
-            "dS/dF(R)", "dS/dF(I)");
+    fprintf(f, "%3s %3s %3s %11s %11s %11s %11s %10s %10s %3s %10s %14s %14s\n", "h", "k", "l", "Fobs(R)",
+            "Fobs(I)", "FMEM(R)", "FMEM(I)", "D/S(F)", "sigma(F)", "M", "Weight", "dS/dF(R)", "dS/dF(I)");
     for (int i = 0; i < d.nRefF; ++i) {
         const StructureFactor& r = *d.reflections[d.nRefUnobs + i];
         const int* h = r.hkl.item(0);
         double w = d.weightF[i];
         double fobs = std::sqrt(d.FobsRe[i] * d.FobsRe[i] + d.FobsIm[i] * d.FobsIm[i]);
         double fcalc = std::sqrt(r.A * r.A + r.B * r.B);
-        fprintf(f, "%3d %3d %3d %11.5g %11.5g %11.5g %11.5g %10.5f %10.5g %3i %10.5f %14.5E %14.5E\n",
-                h[0], h[1], h[2], d.FobsRe[i], d.FobsIm[i], r.A, r.B, std::sqrt(w) * (fobs - fcalc),
-                std::sqrt(1.0 / w), Multiplicity(d, r), d.refWeight[i], d.dSdFRe[i] / N,
-                d.dSdFIm[i] / N);
+        fprintf(f, "%3d %3d %3d %11.5g %11.5g %11.5g %11.5g %10.5f %10.5g %3i %10.5f %14.5E %14.5E\n", h[0],
+                h[1], h[2], d.FobsRe[i], d.FobsIm[i], r.A, r.B, std::sqrt(w) * (fobs - fcalc),
+                std::sqrt(1.0 / w), Multiplicity(d, r), d.refWeight[i], d.dSdFRe[i] / N, d.dSdFIm[i] / N);
     }
 }
 
 void WriteGroupList(FILE* f, const MEMData3D& d) {
     const double N = d.nVoxelCell;
-    fprintf(f, "\n%3s %3s %3s %11s %11s %11s %11s %10s %10s %3s %10s %14s %14s\n", "h", "k", "l",
-            "Gobs", "GMEM", "FMEM(R)", "FMEM(I)", "D/S(F)", "sigma(G)", "M", "Weight", "dS/dF(R)",
-            "dS/dF(I)");
+    fprintf(f, "\n%3s %3s %3s %11s %11s %11s %11s %10s %10s %3s %10s %14s %14s\n", "h", "k", "l", "Gobs",
+            "GMEM", "FMEM(R)", "FMEM(I)", "D/S(F)", "sigma(G)", "M", "Weight", "dS/dF(R)", "dS/dF(I)");
     int j = d.nRefF;
     for (int g = 0; g < d.nGroups && g < static_cast<int>(d.groupSize.size()); ++g) {
         double w = d.weightG[g];
@@ -187,15 +181,14 @@ void WriteGroupList(FILE* f, const MEMData3D& d) {
             const StructureFactor& r = *d.reflections[d.nRefUnobs + m];
             const int* h = r.hkl.item(0);
             if (m == j)
-                fprintf(f,
-                        "%3d %3d %3d %11.5g %11.5g %11.5g %11.5g %10.5g %10.5g %3i %10.5f %14.5E %14.5E\n",
+                fprintf(f, "%3d %3d %3d %11.5g %11.5g %11.5g %11.5g %10.5g %10.5g %3i %10.5f %14.5E %14.5E\n",
                         h[0], h[1], h[2], d.Gobs[g], d.Gcalc[g], r.A, r.B,
-                        (d.Gobs[g] - d.Gcalc[g]) * std::sqrt(w), std::sqrt(1.0 / w),
-                        Multiplicity(d, r), d.refWeight[m], d.dSdFRe[m] / N, d.dSdFIm[m] / N);
-            else
-                fprintf(f, "%3d %3d %3d %11s %11s %11.5g %11.5g %10s %10s %3i %10.5f %14.5E %14.5E\n",
-                        h[0], h[1], h[2], "", "", r.A, r.B, "", "", Multiplicity(d, r),
+                        (d.Gobs[g] - d.Gcalc[g]) * std::sqrt(w), std::sqrt(1.0 / w), Multiplicity(d, r),
                         d.refWeight[m], d.dSdFRe[m] / N, d.dSdFIm[m] / N);
+            else
+                fprintf(f, "%3d %3d %3d %11s %11s %11.5g %11.5g %10s %10s %3i %10.5f %14.5E %14.5E\n", h[0],
+                        h[1], h[2], "", "", r.A, r.B, "", "", Multiplicity(d, r), d.refWeight[m],
+                        d.dSdFRe[m] / N, d.dSdFIm[m] / N);
         }
         j += d.groupSize[g];
     }
@@ -204,8 +197,8 @@ void WriteGroupList(FILE* f, const MEMData3D& d) {
 void WriteCalculatedList(FILE* f, const MEMData3D& d) {
     fprintf(f, "\n");
     fprintf(f, "Unobserved or partially observed reflections.\n");
-    fprintf(f, "%3s %3s %3s %11s %11s %11s %11s %10s %10s\n", "h", "k", "l", "Fobs(R)", "Fobs(I)",
-            "FMEM(R)", "FMEM(I)", "D/S(F)", "sigma(F)");
+    fprintf(f, "%3s %3s %3s %11s %11s %11s %11s %10s %10s\n", "h", "k", "l", "Fobs(R)", "Fobs(I)", "FMEM(R)",
+            "FMEM(I)", "D/S(F)", "sigma(F)");
     int first = d.nRefUnobs + d.nRefF + d.nRefG;
     size_t measured = std::min({d.refFobsRe.size(), d.refFobsIm.size(), d.refFobsSigma.size()});
     for (int i = first; i < first + d.nRefE; ++i) {
@@ -216,8 +209,8 @@ void WriteCalculatedList(FILE* f, const MEMData3D& d) {
             fprintf(f, "%3d %3d %3d %11.5g %11.5g %11.5g %11.5g %10s %10.5f\n", h[0], h[1], h[2],
                     d.refFobsRe[k], d.refFobsIm[k], r.A, r.B, "-", d.refFobsSigma[k]);
         else
-            fprintf(f, "%3d %3d %3d %11.5s %11.5s %11.5g %11.5g %10s %10.5s\n", h[0], h[1], h[2], "-",
-                    "-", r.A, r.B, "-", "-");
+            fprintf(f, "%3d %3d %3d %11.5s %11.5s %11.5g %11.5g %10s %10.5s\n", h[0], h[1], h[2], "-", "-",
+                    r.A, r.B, "-", "-");
     }
     fprintf(f, "\n");
 }

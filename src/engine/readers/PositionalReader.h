@@ -29,8 +29,8 @@ double GridVoxelVolume(const MEMData3D& mem);
 // For formats of individual reflections only: sets nRefF from the values
 // read, allocates the arrays of the analysis and fills them, every relative
 // weight 1.
-void StoreIndividualValues(MEMData3D& mem, const std::vector<double>& re,
-                           const std::vector<double>& im, const std::vector<double>& weight);
+void StoreIndividualValues(MEMData3D& mem, const std::vector<double>& re, const std::vector<double>& im,
+                           const std::vector<double>& weight);
 
 // Both formats are a fixed sequence of logical lines without keywords: title,
 // cell, a free line, symmetry and grid, F(000) and lambda, then three counted
@@ -46,46 +46,46 @@ void StoreIndividualValues(MEMData3D& mem, const std::vector<double>& re,
 // read, so that later stages never address a reflection that is not there.
 class PositionalReader {
 public:
-  enum class Layout { Mem, Fos };
+    enum class Layout { Mem, Fos };
 
-  PositionalReader(MEMData3D& mem, FILE* f, Layout layout) : mem_(mem), f_(f), layout_(layout) {}
+    PositionalReader(MEMData3D& mem, FILE* f, Layout layout) : mem_(mem), f_(f), layout_(layout) {}
 
-  // One pass over the file. The values of the reflections are collected
-  // first, because the arrays of the analysis can only be sized once all
-  // counts are known.
-  void readAll();
-  // Settles the multiplier and the grid, then fills the arrays of the
-  // analysis. False, with nothing allocated, when no usable grid can be had.
-  bool storeValues();
+    // One pass over the file. The values of the reflections are collected
+    // first, because the arrays of the analysis can only be sized once all
+    // counts are known.
+    void readAll();
+    // Settles the multiplier and the grid, then fills the arrays of the
+    // analysis. False, with nothing allocated, when no usable grid can be had.
+    bool storeValues();
 
 private:
-  void fetchLine();
-  // The end of the file, or a read error, which ends it as well.
-  bool atEnd() const { return std::feof(f_) || std::ferror(f_); }
-  bool exhausted() const;
+    void fetchLine();
+    // The end of the file, or a read error, which ends it as well.
+    bool atEnd() const { return std::feof(f_) || std::ferror(f_); }
+    bool exhausted() const;
 
-  void readTitle();
-  void readCell();
-  void readSymmetryAndGrid();
-  void readScale();
-  void readMoments();
-  void readIndividual();
-  bool readMemLine();
-  bool readFosLine();
-  void readGroups();
-  void readGroup();
-  void readListed();
+    void readTitle();
+    void readCell();
+    void readSymmetryAndGrid();
+    void readScale();
+    void readMoments();
+    void readIndividual();
+    bool readMemLine();
+    bool readFosLine();
+    void readGroups();
+    void readGroup();
+    void readListed();
 
-  MEMData3D& mem_;
-  FILE* f_;
-  const Layout layout_;
-  char line_[120] = "";
-  int endRepeats_ = 0;  // fetches after the end of the file
-  double lambda_ = 0.0;
-  // Relative variance of the scale factor of .fos data, sigma(k)^2 / k^2.
-  double scaleVariance_ = 0.0;
-  // The sigma of the most recent group member that carried one; a member
-  // before any such line has no weight.
-  double sigmaG_ = INFINITY;
-  std::vector<double> FobsRe_, FobsIm_, weightF_, refWeight_, Gobs_, weightG_;
+    MEMData3D& mem_;
+    FILE* f_;
+    const Layout layout_;
+    char line_[120] = "";
+    int endRepeats_ = 0;  // fetches after the end of the file
+    double lambda_ = 0.0;
+    // Relative variance of the scale factor of .fos data, sigma(k)^2 / k^2.
+    double scaleVariance_ = 0.0;
+    // The sigma of the most recent group member that carried one; a member
+    // before any such line has no weight.
+    double sigmaG_ = INFINITY;
+    std::vector<double> FobsRe_, FobsIm_, weightF_, refWeight_, Gobs_, weightG_;
 };

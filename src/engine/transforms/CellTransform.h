@@ -29,7 +29,7 @@ public:
     bool Pruned() const { return pruned_; }
 
 private:
-    std::vector<fftw_plan> forward_;   // executed in order
+    std::vector<fftw_plan> forward_;  // executed in order
     std::vector<fftw_plan> backward_;
     bool pruned_ = false;
 };

@@ -14,15 +14,14 @@
 
 namespace {
 
-
 // The whole symmetry expansion: each orbit's one value lands on all its
 // points. A flat loop through the owner table, split into even runs of the
 // cell over the team. The grid is far larger than any cache and is next read
 // by the transform, so it is written past the cache, in pairs from an even
 // point on (the grid is aligned to 16 bytes at least), which saves reading
 // each line before it is overwritten.
-void GatherCell(double* __restrict grid, const double* __restrict density,
-                const int* __restrict owner, int n, int nThreads) {
+void GatherCell(double* __restrict grid, const double* __restrict density, const int* __restrict owner, int n,
+                int nThreads) {
     ForEachShare(n, nThreads, [=](long begin, long end) {
         long j = begin;
 #ifdef __SSE2__
@@ -34,16 +33,14 @@ void GatherCell(double* __restrict grid, const double* __restrict density,
             _mm_stream_pd(grid + j, _mm_set_pd(density[owner[j + 1]], density[owner[j]]));
         _mm_sfence();
 #endif
-        for (; j < end; ++j)
-            grid[j] = density[owner[j]];
+        for (; j < end; ++j) grid[j] = density[owner[j]];
     });
 }
 
 // Zeroes a complex grid, each thread its own run of it; the C library's
 // fill writes runs this long past the cache.
 void ClearGrid(fftw_complex* grid, long n, int nThreads) {
-    if (!grid)
-        return;
+    if (!grid) return;
     ForEachShare(n, nThreads, [=](long begin, long end) {
         std::memset(static_cast<void*>(grid + begin), 0, sizeof(fftw_complex) * (end - begin));
     });
@@ -66,8 +63,7 @@ void MEMData::CalcFcalc(int withE) {
 
 void MEMData3D::CalcFcalc_impl(int withE) {
     int n = nRefUnobs + nRefF + nRefG + (withE ? nRefE : 0);
-    if (n > reflections.size())
-        n = reflections.size();
+    if (n > reflections.size()) n = reflections.size();
 
     if (!useFFT) {
         // Block by block in block order for every reflection, so that the sums
@@ -78,8 +74,7 @@ void MEMData3D::CalcFcalc_impl(int withE) {
                 for (int t = 0; t < threads.size(); ++t) {
                     const ThreadData* block = threads[t];
                     A += block->partialA[i];
-                    if (block->partialB)
-                        B += block->partialB[i];
+                    if (block->partialB) B += block->partialB[i];
                 }
                 reflections[i]->A = A;
                 reflections[i]->B = B;
@@ -111,8 +106,7 @@ void MEMData3D::CalcFcalc_impl(int withE) {
     // The present totals of both channels, and their powers as for the targets.
     // Each block sums its own voxels, unless the pass that formed the density
     // did; the block sums are added in block order.
-    if (!totalsCurrent)
-        ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.SumTotals(); });
+    if (!totalsCurrent) ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.SumTotals(); });
     totalsCurrent = false;
     double Qp = 0.0, Qm = 0.0;
     for (const ThreadData* block : threads) {
@@ -131,8 +125,7 @@ void MEMData3D::CalcFcalc_impl(int withE) {
 // so that the report shows the same coefficients on both paths.
 void MEMData3D::CalcFlnR() {
     int n = nRefUnobs + nRefF + nRefG + nRefE;
-    if (n > reflections.size())
-        n = reflections.size();
+    if (n > reflections.size()) n = reflections.size();
     ForEachBlock(threads, nThreads, [](int, ThreadData& block) { block.CalcLnRho(); });
 
     if (!useFFT) {
@@ -143,8 +136,7 @@ void MEMData3D::CalcFlnR() {
             const ThreadData* block = threads[t];
             for (int i = 0; i < n; ++i) {
                 dSdFRe[i] += block->partialA[i];
-                if (block->partialB)
-                    dSdFIm[i] += block->partialB[i];
+                if (block->partialB) dSdFIm[i] += block->partialB[i];
             }
         }
         return;
@@ -173,17 +165,15 @@ namespace {
 // a centrosymmetric group and for Friedel mates, but not for reflections of a
 // non-centrosymmetric group whose restricted phase is neither 0 nor pi.
 // Only entries whose last index (wrapped) lies in [wBegin, wEnd) are written.
-void ScatterEquivalents(const StructureFactor& f, const double* shifts, double dRe, double dIm,
-                        double scale, const int* n, int wBegin, int wEnd, fftw_complex* grid) {
+void ScatterEquivalents(const StructureFactor& f, const double* shifts, double dRe, double dIm, double scale,
+                        const int* n, int wBegin, int wEnd, fftw_complex* grid) {
     const int M = static_cast<int>(f.hkl.nItems());
     for (int j = 0; j < M; ++j) {
         const int* h = f.hkl.item(j);
         const int u = -h[0], v = -h[1], w = -h[2];
-        if (u < 0 || u >= n[0] / 2 || std::abs(v) >= n[1] / 2 || std::abs(w) >= n[2] / 2)
-            continue;
+        if (u < 0 || u >= n[0] / 2 || std::abs(v) >= n[1] / 2 || std::abs(w) >= n[2] / 2) continue;
         const int wrapped = WrapIndex(w, n[2]);
-        if (wrapped < wBegin || wrapped >= wEnd)
-            continue;
+        if (wrapped < wBegin || wrapped >= wEnd) continue;
         const double c = shifts[2 * j], s = shifts[2 * j + 1], sign = f.phase.item(j)[1];
         const long at = HalfComplexIndex(u, v, w, n);
         grid[at][0] += (dRe * c - sign * s * dIm) * scale;
@@ -196,8 +186,8 @@ void ScatterEquivalents(const StructureFactor& f, const double* shifts, double d
 // of different reflections can meet in one entry, so each thread owns a run of
 // planes of the grid and walks the whole list: no two threads write one entry,
 // and every entry receives its terms in list order, as in a serial loop.
-void ScatterDerivatives(const MEMData3D& d, int n, double scalePlus, double scaleMinus,
-                        fftw_complex* plus, fftw_complex* minus) {
+void ScatterDerivatives(const MEMData3D& d, int n, double scalePlus, double scaleMinus, fftw_complex* plus,
+                        fftw_complex* minus) {
     const int* size = d.gridSize;
     n = std::min(n, d.reflections.size());
     ForEachShare(size[2], d.nThreads, [&](long begin, long end) {
@@ -207,11 +197,11 @@ void ScatterDerivatives(const MEMData3D& d, int n, double scalePlus, double scal
             const double M = static_cast<double>(f.hkl.nItems());
             const double* shifts = d.shiftFactors.data() + 2 * d.shiftStart[i];
             if (plus)
-                ScatterEquivalents(f, shifts, d.mergedDerivRe[i], d.mergedDerivIm[i], scalePlus / M,
-                                   size, wBegin, wEnd, plus);
+                ScatterEquivalents(f, shifts, d.mergedDerivRe[i], d.mergedDerivIm[i], scalePlus / M, size,
+                                   wBegin, wEnd, plus);
             if (minus)
-                ScatterEquivalents(f, shifts, d.mergedDerivRe[i], d.mergedDerivIm[i], scaleMinus / M,
-                                   size, wBegin, wEnd, minus);
+                ScatterEquivalents(f, shifts, d.mergedDerivRe[i], d.mergedDerivIm[i], scaleMinus / M, size,
+                                   wBegin, wEnd, minus);
         }
     });
 }

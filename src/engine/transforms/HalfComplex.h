@@ -13,7 +13,8 @@ struct HalfComplexEntry {
 };
 
 inline long HalfComplexIndex(int u, int v, int w, const int* n) {
-    return u + static_cast<long>(n[0] / 2 + 1) * (WrapIndex(v, n[1]) + static_cast<long>(n[1]) * WrapIndex(w, n[2]));
+    return u + static_cast<long>(n[0] / 2 + 1) *
+                   (WrapIndex(v, n[1]) + static_cast<long>(n[1]) * WrapIndex(w, n[2]));
 }
 
 // Indices beyond the Nyquist limit of the grid alias to h - nx etc., as the

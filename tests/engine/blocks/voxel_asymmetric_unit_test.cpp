@@ -24,22 +24,21 @@ Orbits BruteForceOrbits(const ObjVector<MatrixD>& ops, const int* n) {
     Orbits o;
     o.orbitOf.assign(cells, -1);
     for (int j = 0; j < cells; ++j) {
-        if (o.orbitOf[j] >= 0)
-            continue;
+        if (o.orbitOf[j] >= 0) continue;
         const double f[3] = {double(j % n[0]) / n[0], double(j / n[0] % n[1]) / n[1],
                              double(j / (n[0] * n[1])) / n[2]};
         std::set<int> images;
         for (const MatrixD* m : ops) {
             int g[3];
             for (int r = 0; r < 3; ++r) {
-                const double x = ((*m)(r, 0) * f[0] + (*m)(r, 1) * f[1] + (*m)(r, 2) * f[2] + (*m)(r, 3)) * n[r];
+                const double x =
+                    ((*m)(r, 0) * f[0] + (*m)(r, 1) * f[1] + (*m)(r, 2) * f[2] + (*m)(r, 3)) * n[r];
                 EXPECT_NEAR(x, std::round(x), 1e-9) << "grid does not fit the group";
                 g[r] = ((static_cast<int>(std::round(x)) % n[r]) + n[r]) % n[r];
             }
             images.insert(g[0] + n[0] * (g[1] + n[1] * g[2]));
         }
-        for (int i : images)
-            o.orbitOf[i] = static_cast<int>(o.size.size());
+        for (int i : images) o.orbitOf[i] = static_cast<int>(o.size.size());
         o.size.push_back(static_cast<int>(images.size()));
     }
     return o;
@@ -49,8 +48,8 @@ TEST(AsymmetricUnit, RepresentativesAreTheOrbits) {
     const struct {
         const char* symbol;
         std::array<int, 3> grid;
-    } cases[] = {{"P 1", {5, 6, 7}},        {"P -1", {6, 4, 8}},          {"P 21/c", {8, 6, 10}},
-                 {"P 42/m n m", {8, 8, 6}}, {"F m -3 m", {12, 12, 12}},   {"R -3 m", {6, 6, 12}},
+    } cases[] = {{"P 1", {5, 6, 7}},        {"P -1", {6, 4, 8}},        {"P 21/c", {8, 6, 10}},
+                 {"P 42/m n m", {8, 8, 6}}, {"F m -3 m", {12, 12, 12}}, {"R -3 m", {6, 6, 12}},
                  {"P 63/m m c", {6, 6, 8}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.symbol);
@@ -85,8 +84,10 @@ TEST(OperatorOrder, LatticeBlocksAndInversionPairsAreRecognised) {
     EXPECT_EQ(LatticeShifts(shuffled.data(), nF, 4, grid), (std::vector<int>{0, 0, 0}));
     EXPECT_FALSE(InversionPairs(shuffled.data(), nF, grid));
 
-    EXPECT_FALSE(InversionPairs(MakeGridOperators(ExpandOperators(GroupBySymbol("P 21 21 21")), grid).data(), 4, grid));
-    EXPECT_TRUE(InversionPairs(MakeGridOperators(ExpandOperators(GroupBySymbol("P 21/c")), grid).data(), 4, grid));
+    EXPECT_FALSE(InversionPairs(MakeGridOperators(ExpandOperators(GroupBySymbol("P 21 21 21")), grid).data(),
+                                4, grid));
+    EXPECT_TRUE(
+        InversionPairs(MakeGridOperators(ExpandOperators(GroupBySymbol("P 21/c")), grid).data(), 4, grid));
 }
 
 TEST(ThreadBlocks, MoreThreadsThanVoxelsLeaveEmptyBlocks) {

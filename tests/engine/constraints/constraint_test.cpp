@@ -17,8 +17,7 @@
 namespace {
 
 double ConstraintValue(MEMData3D& mem, bool fromDensity) {
-    if (fromDensity)
-        mem.CalcFcalc(0);
+    if (fromDensity) mem.CalcFcalc(0);
     mem.Calc_Constraint(0);
     return mem.wConstr;
 }
@@ -37,15 +36,24 @@ double Difference(MEMData3D& mem, double* x, double h, bool fromDensity, double*
     return (value[0] - value[1]) / (2 * h);
 }
 
-const AnalysisSpec kMonoclinic{"P 21/c", {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f}, {8, 8, 8},
-                               {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {-1, 1, 2}, {2, 0, -2}, {0, 2, 0}, {1, 1, -3}, {3, 1, 1}, {1, 3, 1}},
-                               {1, 2}};
-const AnalysisSpec kTrigonal{"P 32 2 1", {5.0f, 5.0f, 6.0f, 90.0f, 90.0f, 120.0f}, {6, 6, 6},
-                             {{1, 0, 0}, {1, 0, 1}, {1, 1, 2}, {2, -1, 1}, {0, 1, 2}, {0, 0, 3}, {2, 1, -1}, {1, 1, 0}},
-                             {2}};
-const AnalysisSpec kOrthorhombic{"P 21 21 21", {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f}, {8, 8, 8},
-                                 {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}, {0, 2, 3}, {3, 1, 2}, {1, 1, 1}, {2, 2, 1}},
-                                 {1, 2}};
+const AnalysisSpec kMonoclinic{
+    "P 21/c",
+    {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f},
+    {8, 8, 8},
+    {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {-1, 1, 2}, {2, 0, -2}, {0, 2, 0}, {1, 1, -3}, {3, 1, 1}, {1, 3, 1}},
+    {1, 2}};
+const AnalysisSpec kTrigonal{
+    "P 32 2 1",
+    {5.0f, 5.0f, 6.0f, 90.0f, 90.0f, 120.0f},
+    {6, 6, 6},
+    {{1, 0, 0}, {1, 0, 1}, {1, 1, 2}, {2, -1, 1}, {0, 1, 2}, {0, 0, 3}, {2, 1, -1}, {1, 1, 0}},
+    {2}};
+const AnalysisSpec kOrthorhombic{
+    "P 21 21 21",
+    {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f},
+    {8, 8, 8},
+    {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}, {0, 2, 3}, {3, 1, 2}, {1, 1, 1}, {2, 2, 1}},
+    {1, 2}};
 
 // Observed values at about one standard uncertainty from the calculated ones,
 // so that the terms of all orders stay of moderate size.
@@ -72,17 +80,20 @@ TEST(ConstraintDerivative, ByDensityMatchesFiniteDifferences) {
     const struct {
         const AnalysisSpec* spec;
         bool transform, linearGroups, nearFit;
-    } cases[] = {{&kMonoclinic, false, false, false}, {&kTrigonal, false, false, false}, {&kTrigonal, false, true, false},
-                 {&kMonoclinic, true, false, false},  {&kOrthorhombic, true, false, true}};
+    } cases[] = {{&kMonoclinic, false, false, false},
+                 {&kTrigonal, false, false, false},
+                 {&kTrigonal, false, true, false},
+                 {&kMonoclinic, true, false, false},
+                 {&kOrthorhombic, true, false, true}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.spec->symbol + (c.transform ? " transform" : " direct") + (c.linearGroups ? " linear" : ""));
+        SCOPED_TRACE(c.spec->symbol + (c.transform ? " transform" : " direct") +
+                     (c.linearGroups ? " linear" : ""));
         auto mem = c.transform ? MakeTransformAnalysis(*c.spec) : MakePreparedAnalysis(*c.spec);
         ASSERT_EQ(mem->useFFT, c.transform);
         mem->param.estimateUnobserved = c.linearGroups;
         WeighAllOrders(*mem);
         RandomiseDensity(*mem, 5);
-        if (c.nearFit)
-            MoveObservationsNearTheFit(*mem, 3);
+        if (c.nearFit) MoveObservationsNearTheFit(*mem, 3);
         ConstraintValue(*mem, true);
         mem->DFT_Derivatives();
         for (int g : {0, 1, mem->NASYM / 3, mem->NASYM / 2, mem->NASYM - 1}) {
@@ -115,8 +126,7 @@ TEST(ConstraintDerivative, ByStructureFactorsMatchesFiniteDifferences) {
             StructureFactor* f = mem->reflections[i];
             const double dA = Difference(*mem, &f->A, 1e-6 * std::max(std::fabs(f->A), 1.0), false);
             EXPECT_NEAR(dRe[i], dA, 1e-5 * std::max(std::fabs(dA), 1.0)) << "A of reflection " << i;
-            if (linear && i >= mem->nRefF)
-                continue;
+            if (linear && i >= mem->nRefF) continue;
             const double dB = Difference(*mem, &f->B, 1e-6 * std::max(std::fabs(f->B), 1.0), false);
             EXPECT_NEAR(dIm[i], dB, 1e-5 * std::max(std::fabs(dB), 1.0)) << "B of reflection " << i;
         }
@@ -126,7 +136,9 @@ TEST(ConstraintDerivative, ByStructureFactorsMatchesFiniteDifferences) {
 // For the unknowns x with m * rho = x^2, the entropy sum S and its gradient g
 // satisfy dS/dx = 2 x g; their total Q is the charge.
 TEST(EntropyDerivative, BySquareRootUnknownsMatchesFiniteDifferences) {
-    auto mem = MakePreparedAnalysis({"P 21/c", {6.0f, 7.0f, 8.0f, 90.0f, 100.0f, 90.0f}, {6, 4, 6},
+    auto mem = MakePreparedAnalysis({"P 21/c",
+                                     {6.0f, 7.0f, 8.0f, 90.0f, 100.0f, 90.0f},
+                                     {6, 4, 6},
                                      {{1, 0, 0}, {0, 1, 1}, {1, 1, 1}, {0, 2, 0}}});
     ThreadData* b = mem->threads[0];
     for (int v = 0; v < b->nVoxel; ++v)
@@ -134,8 +146,7 @@ TEST(EntropyDerivative, BySquareRootUnknownsMatchesFiniteDifferences) {
     VectorXD g(b->nVoxel), scratch(b->nVoxel);
     double S = 0.0, Q = 0.0, total = 0.0, q = 0.0;
     b->BFGS_calc_pRho(&g, S, Q);
-    for (int v = 0; v < b->nVoxel; ++v)
-        total += b->multiplicity[v] * b->rho1[v];
+    for (int v = 0; v < b->nVoxel; ++v) total += b->multiplicity[v] * b->rho1[v];
     EXPECT_NEAR(Q, total, 1e-12 * total);
     for (int v : {0, b->nVoxel / 2, b->nVoxel - 1}) {
         const double x = b->rho1Old[v], h = 1e-6 * x;
@@ -149,27 +160,24 @@ TEST(EntropyDerivative, BySquareRootUnknownsMatchesFiniteDifferences) {
     }
 }
 
-
 // A unit normal distribution by a nine-point Gauss-Hermite rule, its weights
 // turned into counts of a million residuals (nodes and weights from
 // numpy.polynomial.hermite_e.hermegauss). The rule is exact up to degree 17;
 // the rounding of the smallest counts leaves about 1 % at order 16.
 TEST(ConstraintTerms, NormalResidualsGiveEveryOrderNearOne) {
-    const double node[9] = {-4.512745863399783, -3.20542900285647, -2.07684797867783,
-                            -1.0232556637891326, 0.0, 1.0232556637891326, 2.07684797867783,
-                            3.20542900285647, 4.512745863399783};
+    const double node[9] = {
+        -4.512745863399783, -3.20542900285647, -2.07684797867783, -1.0232556637891326, 0.0,
+        1.0232556637891326, 2.07684797867783,  3.20542900285647,  4.512745863399783};
     const int count[9] = {22, 2789, 49916, 244098, 406349, 244098, 49916, 2789, 22};
     std::vector<double> re;
-    for (int i = 0; i < 9; ++i)
-        re.insert(re.end(), count[i], node[i]);
+    for (int i = 0; i < 9; ++i) re.insert(re.end(), count[i], node[i]);
     std::vector<double> im(re.size(), 0.0);
     std::unique_ptr<Constraint> c(Constraint::Create(0, static_cast<int>(re.size()), 0, 0, 2, 1));
     int orders[8] = {2, 4, 6, 8, 10, 12, 14, 16};
     double C[8];
     std::vector<int> noGroups;
     c->Calc_CFn(C, orders, 8, re.data(), im.data(), noGroups);
-    for (int k = 0; k < 8; ++k)
-        EXPECT_NEAR(C[k], 1.0, 0.015) << "order " << orders[k];
+    for (int k = 0; k < 8; ++k) EXPECT_NEAR(C[k], 1.0, 0.015) << "order " << orders[k];
 }
 
 // With only the order-2 fraction, and equal relative weights, the weighted
@@ -219,15 +227,12 @@ TEST(ConstraintPreparation, ReflectionWeights) {
                      (y > 0.0 ? std::pow(double(r->hkl.nItems()), y) : 1.0) * mem->refWeight[i];
         }
         double sum = 0.0;
-        for (int i = 0; i < mem->nRefF; ++i)
-            sum += raw[i];
+        for (int i = 0; i < mem->nRefF; ++i) sum += raw[i];
         for (int g = 0, p = mem->nRefF; g < mem->nGroups; p += mem->groupSize[g++]) {
             double members = 0.0;
-            for (int j = 0; j < mem->groupSize[g]; ++j)
-                members += raw[p + j];
+            for (int j = 0; j < mem->groupSize[g]; ++j) members += raw[p + j];
             const double mean = members / mem->groupSize[g];
-            if (y > 0.0)
-                std::fill(raw.begin() + p, raw.begin() + p + mem->groupSize[g], mean);
+            if (y > 0.0) std::fill(raw.begin() + p, raw.begin() + p + mem->groupSize[g], mean);
             sum += y > 0.0 ? mean : members;
         }
         const double mean = sum / (mem->nRefF + mem->nGroups);
@@ -249,17 +254,22 @@ TEST(ConstraintPreparation, FourierPathByCost) {
         const char* symbol;
         int extraE;
         bool withGenerated, transform;
-    } cases[] = {{"P 1", 0, false, false}, {"P 1", 4, false, false}, {"P 1", 5, false, true},
-                 {"P 1", 4, true, false},  {"P -1", 5, true, false}};
+    } cases[] = {{"P 1", 0, false, false},
+                 {"P 1", 4, false, false},
+                 {"P 1", 5, false, true},
+                 {"P 1", 4, true, false},
+                 {"P -1", 5, true, false}};
     for (const auto& c : cases) {
-        AnalysisSpec spec{c.symbol, {5.0f, 6.0f, 7.0f, 90.0f, 90.0f, 90.0f}, {8, 8, 8},
+        AnalysisSpec spec{c.symbol,
+                          {5.0f, 6.0f, 7.0f, 90.0f, 90.0f, 90.0f},
+                          {8, 8, 8},
                           {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 0}}};
         spec.extraE = c.extraE;
-        if (c.withGenerated)
-            spec.unobserved = generated;
+        if (c.withGenerated) spec.unobserved = generated;
         auto mem = MakePreparedAnalysis(spec);
         ASSERT_EQ(mem->nRefF, 4);
-        EXPECT_EQ(mem->useFFT, c.transform) << c.symbol << " with " << c.extraE << " listed, generated " << c.withGenerated;
+        EXPECT_EQ(mem->useFFT, c.transform)
+            << c.symbol << " with " << c.extraE << " listed, generated " << c.withGenerated;
     }
 }
 

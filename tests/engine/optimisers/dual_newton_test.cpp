@@ -73,8 +73,8 @@ TEST(DualNewton, EndsAtTheExactOptimum) {
             EXPECT_NEAR(d.calcMoment[1], Fm, 1e-9 * std::fabs(Fm) + 1e-12) << spec;
             const double got = (d.entropyPlus + d.entropyMinus) / (Fp - Fm);
             const double exact = entropy + byConstr * (d.constr - 1.0);
-            std::printf("%s: entropy per electron %.8f, exact %.8f, CONSTR %.9f, %d cycles\n", spec.c_str(), got,
-                        exact, d.constr, d.cycle);
+            std::printf("%s: entropy per electron %.8f, exact %.8f, CONSTR %.9f, %d cycles\n", spec.c_str(),
+                        got, exact, d.constr, d.cycle);
             EXPECT_LE(got, exact + 1e-7) << spec;
             EXPECT_GE(got, exact - 1e-5) << spec;
             ++sets;

@@ -18,7 +18,8 @@ void PrepareExample(TestAnalysis& d, const TempDir& dir, const std::string& name
                     int startType = 0) {
     LoadTablesOnce();
     for (const char* ext : {".prf", ".mem"})
-        WriteText(dir.file(name + ext), ReadText(std::string(HALVORIN_SOURCE_DIR) + "/examples/" + name + ext));
+        WriteText(dir.file(name + ext),
+                  ReadText(std::string(HALVORIN_SOURCE_DIR) + "/examples/" + name + ext));
     {
         CapturedOutput quiet;
         ASSERT_TRUE(d.param.ReadConditions(dir.file(name + ".prf")));
@@ -78,7 +79,8 @@ TEST(LbfgsAnalysis, EndsAtTheExactMaximumEntropy) {
         const double F = d.targetMoment[0];
         const double got = -d.entropyPlus / F;
         const double exact = entropy + byConstr * (d.constr - 1.0) + byTotal * (d.calcMoment[0] / F - 1.0);
-        std::printf("%s: entropy per electron %.7f, exact %.7f, CONSTR %.6f\n", name.c_str(), got, exact, d.constr);
+        std::printf("%s: entropy per electron %.7f, exact %.7f, CONSTR %.6f\n", name.c_str(), got, exact,
+                    d.constr);
         EXPECT_LE(got, exact + 1e-6) << name;
         EXPECT_GE(got, exact - 1e-3) << name;
         ++sets;
@@ -135,11 +137,13 @@ TEST(FullOptimisers, LeaveResultsAtCycle500AndRestartFromThem) {
         // the report says what to run instead.
         EXPECT_EQ(first.stalled, algorithm == 2);
         first.PostCalculation();
-        EXPECT_EQ(ReadText(dir.file("rutile.out")).find("The Cambridge algorithm has not converged: run algorithm 4") !=
-                      std::string::npos,
-                  algorithm == 2);
+        EXPECT_EQ(
+            ReadText(dir.file("rutile.out"))
+                    .find("The Cambridge algorithm has not converged: run algorithm 4") != std::string::npos,
+            algorithm == 2);
         // L-BFGS is near the constraint by then; Cambridge ends a hundred times below its start.
-        EXPECT_LT(algorithm == 1 ? first.constrWritten : first.constr, algorithm == 1 ? 3.0 : first.constr0 / 100.0);
+        EXPECT_LT(algorithm == 1 ? first.constrWritten : first.constr,
+                  algorithm == 1 ? 3.0 : first.constr0 / 100.0);
         written = first.constrWritten;
     }
     TestAnalysis again;

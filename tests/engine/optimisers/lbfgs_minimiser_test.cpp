@@ -160,7 +160,7 @@ TEST(Minimiser, ARunAfterAnotherStartsWithItsCurvature) {
         EXPECT_EQ(lbfgs(4, again, &fx, Evaluate, nullptr, &prob, &p, shared ? &work : &fresh), LBFGS_SUCCESS);
         for (double v : Flatten(again)) EXPECT_NEAR(v, 1.0, 1e-6);
         if (shared)
-            EXPECT_EQ(prob.evaluations, 2);   // the start and one step
+            EXPECT_EQ(prob.evaluations, 2);  // the start and one step
         else
             EXPECT_GT(prob.evaluations, 6);
     }

@@ -39,8 +39,8 @@ TEST(ScalarRoot, FindsRootsFromFarStartsThroughEveryWalk) {
         {"start far below: walks up", [](double x) { return 1.0 - 7.0 / x; }, 1e-5, 7.0},
         {"not finite at the start: walks down", [](double x) { return x > 50 ? kNaN : x * x - 2.0; }, 1e4,
          std::sqrt(2.0)},
-        {"not finite above: pulls the top point in", [](double x) { return x > 30 ? kNaN : std::log(x / 20.0); },
-         12.0, 20.0},
+        {"not finite above: pulls the top point in",
+         [](double x) { return x > 30 ? kNaN : std::log(x / 20.0); }, 12.0, 20.0},
         {"a root exactly at the start", [](double x) { return x - 5.0; }, 5.0, 5.0},
     };
     for (const Case& c : cases) {
@@ -64,7 +64,8 @@ TEST(ScalarRoot, GivesUpWithItsMessageWhenThereIsNoRoot) {
         const char* message;
     } cases[] = {
         {[](double x) { return std::fabs(x - 5.0) + 1.0; }, "Oops! Something is wrong! (d>=0)\n"},
-        {[](double x) { return std::pow(std::fabs(x - 5.0), 0.8) + 1.0; }, "Oops! Something is wrong! (d<0)\n"},
+        {[](double x) { return std::pow(std::fabs(x - 5.0), 0.8) + 1.0; },
+         "Oops! Something is wrong! (d<0)\n"},
     };
     for (const Case& c : cases) {
         Function fn{c.f};

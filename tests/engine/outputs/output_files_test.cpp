@@ -60,7 +60,8 @@ TEST(GridFile, TriclinicFileHoldsHeaderAndValuesOnly) {
     ASSERT_EQ(raw.size(), 152u + 4u * n);
     EXPECT_EQ(PgridFileSize(0, 1, 1, n), static_cast<long>(raw.size()));
     EXPECT_STREQ(raw.c_str() + 16, "Synthetic two-atom model in P 1");
-    const int32_t header[] = {IntAt(raw, 100), IntAt(raw, 104), IntAt(raw, 112), IntAt(raw, 116), IntAt(raw, 120), IntAt(raw, 124)};
+    const int32_t header[] = {IntAt(raw, 100), IntAt(raw, 104), IntAt(raw, 112),
+                              IntAt(raw, 116), IntAt(raw, 120), IntAt(raw, 124)};
     EXPECT_EQ(std::vector<int32_t>(header, header + 6), (std::vector<int32_t>{0, 1, 16, 18, 20, n}));
     float b;
     std::memcpy(&b, raw.data() + 132, 4);
@@ -78,11 +79,13 @@ TEST(GridFile, MissingRestartAndPriorFilesMeanFlatStarts) {
     TempDir dir;
     WriteP1DataSet(dir);
     TestAnalysis restart, prior;
-    EXPECT_EQ(PrepareAgain(restart, dir, 1, 0), "Failed to read density data of previous run: " + dir.file("model.pgrid") +
-                                                    "\nThe calculation will be started from flat densities.\nPress Enter key to continue.\n");
+    EXPECT_EQ(PrepareAgain(restart, dir, 1, 0),
+              "Failed to read density data of previous run: " + dir.file("model.pgrid") +
+                  "\nThe calculation will be started from flat densities.\nPress Enter key to continue.\n");
     EXPECT_EQ(restart.param.startType, 0);
-    EXPECT_EQ(PrepareAgain(prior, dir, 0, 1), "Failed to read prior data " + dir.file("model_prior.pgrid") +
-                                                  "\nFlat prior will be used.\nPress Enter key to continue.\n");
+    EXPECT_EQ(PrepareAgain(prior, dir, 0, 1),
+              "Failed to read prior data " + dir.file("model_prior.pgrid") +
+                  "\nFlat prior will be used.\nPress Enter key to continue.\n");
     EXPECT_EQ(prior.param.priorType, 0);
 }
 

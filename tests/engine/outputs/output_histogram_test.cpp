@@ -32,7 +32,8 @@ int Total(const std::vector<int>& h) {
 // The names in a directory, which must not keep a temporary file.
 std::vector<std::string> FilesIn(const std::string& dir) {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(dir)) names.push_back(entry.path().filename().string());
+    for (const auto& entry : std::filesystem::directory_iterator(dir))
+        names.push_back(entry.path().filename().string());
     return names;
 }
 
@@ -49,7 +50,11 @@ TEST(EpsHistogram, BinsOfATenthWithAnEmptyBinAtEachEnd) {
         int first, last, total;  // first == last: ends not checked
         std::vector<std::array<int, 2>> counts;
     } cases[] = {
-        {{0.25f, -0.31f, 1.04f, 0.0f, 0.04f}, -4, 11, 5, {{-4, 0}, {11, 0}, {3, 1}, {2, 0}, {0, 2}, {-3, 1}, {10, 1}}},
+        {{0.25f, -0.31f, 1.04f, 0.0f, 0.04f},
+         -4,
+         11,
+         5,
+         {{-4, 0}, {11, 0}, {3, 1}, {2, 0}, {0, 2}, {-3, 1}, {10, 1}}},
         {{1e30f, -1e30f, inf, nan, 0.1f}, 0, 0, 3, {{1, 1}}},
         {{2000.04f, -1500.0f, 0.0f}, -15001, 20001, 3, {{20000, 1}, {-15000, 1}}},
     };

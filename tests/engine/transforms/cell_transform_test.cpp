@@ -14,7 +14,8 @@ struct Grids {
     fftw_complex* spectrum;
     long columns, entries;
     explicit Grids(const int* n)
-        : real(static_cast<std::size_t>(n[0]) * n[1] * n[2]), columns(n[0] / 2 + 1),
+        : real(static_cast<std::size_t>(n[0]) * n[1] * n[2]),
+          columns(n[0] / 2 + 1),
           entries(columns * n[1] * n[2]) {
         spectrum = fftw_alloc_complex(entries);
     }
@@ -30,8 +31,10 @@ TEST(CellTransform, PrunedPassesAgreeWithTheWholeGridTransform) {
     Grids pruned(n), whole(n);
     CellTransform transform(n, uMax, pruned.real.data(), pruned.spectrum);
     ASSERT_TRUE(transform.Pruned());
-    fftw_plan forward = fftw_plan_dft_r2c_3d(n[2], n[1], n[0], whole.real.data(), whole.spectrum, FFTW_ESTIMATE);
-    fftw_plan backward = fftw_plan_dft_c2r_3d(n[2], n[1], n[0], whole.spectrum, whole.real.data(), FFTW_ESTIMATE);
+    fftw_plan forward =
+        fftw_plan_dft_r2c_3d(n[2], n[1], n[0], whole.real.data(), whole.spectrum, FFTW_ESTIMATE);
+    fftw_plan backward =
+        fftw_plan_dft_c2r_3d(n[2], n[1], n[0], whole.spectrum, whole.real.data(), FFTW_ESTIMATE);
 
     std::mt19937 random(7);
     std::uniform_real_distribution<double> value(-1.0, 1.0);
@@ -47,10 +50,12 @@ TEST(CellTransform, PrunedPassesAgreeWithTheWholeGridTransform) {
     // The spectrum of a real grid, cut off beyond uMax as the derivatives are.
     for (long i = 0; i < whole.entries; ++i)
         for (int c = 0; c < 2; ++c)
-            pruned.spectrum[i][c] = whole.spectrum[i][c] = i % whole.columns <= uMax ? whole.spectrum[i][c] : 0.0;
+            pruned.spectrum[i][c] = whole.spectrum[i][c] =
+                i % whole.columns <= uMax ? whole.spectrum[i][c] : 0.0;
     transform.Backward();
     fftw_execute(backward);
-    for (std::size_t j = 0; j < whole.real.size(); ++j) ASSERT_NEAR(pruned.real[j], whole.real[j], 1e-12) << j;
+    for (std::size_t j = 0; j < whole.real.size(); ++j)
+        ASSERT_NEAR(pruned.real[j], whole.real[j], 1e-12) << j;
     fftw_destroy_plan(forward);
     fftw_destroy_plan(backward);
 }

@@ -34,7 +34,9 @@ std::complex<double> SumOverCell(const MEMData3D& mem, const int* h) {
     for (int z = 0; z < n[2]; ++z)
         for (int y = 0; y < n[1]; ++y)
             for (int x = 0; x < n[0]; ++x) {
-                const double phase = 2.0 * M_PI * (double(h[0]) * x / n[0] + double(h[1]) * y / n[1] + double(h[2]) * z / n[2]);
+                const double phase =
+                    2.0 * M_PI *
+                    (double(h[0]) * x / n[0] + double(h[1]) * y / n[1] + double(h[2]) * z / n[2]);
                 F += mem.realGrid[x + n[0] * (y + n[1] * z)] * std::polar(1.0, phase);
             }
     return F;
@@ -75,18 +77,28 @@ void ExpectSameStructureFactors(const AnalysisSpec& spec) {
 // columns of their own) and a centred lattice, whose translations add only
 // phases of 1 for allowed reflections.
 TEST(FourierPaths, SameStructureFactors) {
-    AnalysisSpec generated{"P 21 21 21", {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f}, {16, 16, 16},
+    AnalysisSpec generated{"P 21 21 21",
+                           {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f},
+                           {16, 16, 16},
                            {{1, 1, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}}};
     generated.unobserved = {{1, 0, 0}, {0, 3, 0}, {2, 3, 1}, {1, 1, 4}};
     const AnalysisSpec cases[] = {
-        {"P 21/c", {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f}, {16, 16, 16},
+        {"P 21/c",
+         {7.1f, 8.3f, 9.2f, 90.0f, 104.0f, 90.0f},
+         {16, 16, 16},
          {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {-1, 1, 2}, {2, 0, -2}, {0, 2, 0}, {1, 1, -3}, {3, 1, 1}}},
-        {"P 21 21 21", {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f}, {16, 16, 16},
+        {"P 21 21 21",
+         {5.5f, 6.5f, 7.5f, 90.0f, 90.0f, 90.0f},
+         {16, 16, 16},
          {{1, 0, 0}, {0, 1, 1}, {1, 2, 1}, {2, 1, 3}, {0, 2, 3}, {3, 1, 2}}},
-        {"P 32 2 1", {5.0f, 5.0f, 6.0f, 90.0f, 90.0f, 120.0f}, {12, 12, 12},
+        {"P 32 2 1",
+         {5.0f, 5.0f, 6.0f, 90.0f, 90.0f, 120.0f},
+         {12, 12, 12},
          {{1, 0, 0}, {1, 0, 1}, {1, 1, 2}, {2, -1, 1}, {0, 1, 2}, {0, 0, 3}, {2, 1, -1}}},
         generated,
-        {"F m -3 m", {5.6f, 5.6f, 5.6f, 90.0f, 90.0f, 90.0f}, {16, 16, 16},
+        {"F m -3 m",
+         {5.6f, 5.6f, 5.6f, 90.0f, 90.0f, 90.0f},
+         {16, 16, 16},
          {{1, 1, 1}, {2, 0, 0}, {2, 2, 0}, {3, 1, 1}, {2, 2, 2}, {4, 0, 0}}},
     };
     for (const AnalysisSpec& spec : cases) {
@@ -99,7 +111,9 @@ TEST(FourierPaths, SameStructureFactors) {
 // symmetric density, on both paths.
 TEST(FourierPaths, AbsentReflectionsVanish) {
     for (const char* symbol : {"F m -3 m", "P 21/c"}) {
-        AnalysisSpec spec{symbol, {5.6f, 5.9f, 6.3f, 90.0f, 90.0f, 90.0f}, {12, 12, 12},
+        AnalysisSpec spec{symbol,
+                          {5.6f, 5.9f, 6.3f, 90.0f, 90.0f, 90.0f},
+                          {12, 12, 12},
                           {{1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 3, 0}, {1, 1, 1}, {2, 0, 0}}};
         spec.keepAbsent = true;
         Pair p = BothPaths(spec);
@@ -109,8 +123,7 @@ TEST(FourierPaths, AbsentReflectionsVanish) {
             for (int i = 0; i < mem->nRefF; ++i) {
                 const StructureFactor* f = mem->reflections[i];
                 // An absent record keeps raw sums in place of (phase, sign 1).
-                if (std::fabs(f->phase.item(0)[1]) > 0.5)
-                    continue;
+                if (std::fabs(f->phase.item(0)[1]) > 0.5) continue;
                 ++absent;
                 EXPECT_NEAR(f->A, 0.0, 1e-12 * spec.F000) << symbol << " reflection " << i;
                 EXPECT_NEAR(f->B, 0.0, 1e-12 * spec.F000) << symbol << " reflection " << i;

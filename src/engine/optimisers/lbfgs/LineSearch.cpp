@@ -67,8 +67,7 @@ void Bracket(Walk& w, double tol, double factor) {
 bool Converged(const Walk& w, double tol) {
     return std::fabs(w.f1) <= tol || std::fabs(w.f0 - w.f1) <= std::fabs(w.f0 * tol) ||
            std::fabs(w.f2 - w.f1) <= std::fabs(w.f2 * tol) ||
-           std::fabs(w.t2 - w.t1) <= std::fabs(w.t2 * tol) ||
-           std::fabs(w.t1 - w.t0) <= std::fabs(tol * w.t1);
+           std::fabs(w.t2 - w.t1) <= std::fabs(w.t2 * tol) || std::fabs(w.t1 - w.t0) <= std::fabs(tol * w.t1);
 }
 
 // A candidate outside the bracket: its offset from t1 reaches past t0 or t2.
@@ -105,8 +104,7 @@ void GoldenStep(Walk& w) {
 
 }  // namespace
 
-double LineSearch(double (*f)(void* data, double x), void* data, double& x, double tol,
-                  double factor) {
+double LineSearch(double (*f)(void* data, double x), void* data, double& x, double tol, double factor) {
     Walk w(f, data, x);
     const double start = x;
     w.t1 = start;

@@ -7,5 +7,4 @@
 // values share one sign. tol is relative for steps and absolute for values.
 // Returns the best point; x holds the last point tried. Each evaluation
 // changes the caller's state; the regular exit evaluates at the result last.
-double LineSearch(double (*f)(void* data, double x), void* data, double& x, double tol,
-                  double factor);
+double LineSearch(double (*f)(void* data, double x), void* data, double& x, double tol, double factor);

@@ -12,8 +12,7 @@ namespace {
 template <class F>
 inline void ForOwnParts(int nParts, F f) {
     const int step = omp_get_num_threads();
-    for (int p = omp_get_thread_num(); p < nParts; p += step)
-        f(p);
+    for (int p = omp_get_thread_num(); p < nParts; p += step) f(p);
 }
 
 // Square sum over the parts, then the root (or its inverse) by one thread;
@@ -62,8 +61,7 @@ double InnerProduct(const VectorXD& a, const VectorXD& b) {
 
 VectorXDMP::VectorXDMP(VectorXDMP& V) : Object() {
     Resize(V);
-    for (int p = 0; p < parts.size(); ++p)
-        parts[p]->Init(*V.parts[p]);
+    for (int p = 0; p < parts.size(); ++p) parts[p]->Init(*V.parts[p]);
 }
 
 void VectorXDMP::AddPart(VectorXD* part) {
@@ -74,8 +72,7 @@ void VectorXDMP::AddPart(VectorXD* part) {
 void VectorXDMP::Resize(const VectorXDMP& V) {
     parts.clear();
     offsets.clear();
-    for (int p = 0; p < V.parts.size(); ++p)
-        AddPart(new VectorXD(V.parts[p]->Dim()));
+    for (int p = 0; p < V.parts.size(); ++p) AddPart(new VectorXD(V.parts[p]->Dim()));
 }
 
 int VectorXDMP::Length() const {

@@ -20,7 +20,7 @@
 class VectorXDMP : public Object {
 public:
     ObjVector<VectorXD> parts;
-    std::vector<int> offsets;   // index of each part's first element
+    std::vector<int> offsets;  // index of each part's first element
 
     VectorXDMP() = default;
     // A deep copy: new parts of the same lengths holding the same values.
@@ -36,10 +36,10 @@ public:
     int Length() const;
 
     // Part-by-thread operations, meant for a parallel region (or serial code).
-    void Init(const VectorXDMP& V);                          // this = V
-    void nInit(const VectorXDMP& V);                         // this = -V
-    void Diff(const VectorXDMP& A, const VectorXDMP& B);     // this = A - B
-    void Add(const VectorXDMP& V, double a);                 // this += a V
+    void Init(const VectorXDMP& V);                       // this = V
+    void nInit(const VectorXDMP& V);                      // this = -V
+    void Diff(const VectorXDMP& A, const VectorXDMP& B);  // this = A - B
+    void Add(const VectorXDMP& V, double a);              // this += a V
     VectorXDMP& operator*=(double a);
     // Adds this . V to *result atomically; *result must be zero before the
     // region, and the caller places a barrier before any thread reads it.

@@ -20,8 +20,7 @@
 namespace {
 
 const lbfgs_parameter_t kDefaultParam = {
-    6, 1e-5, 0, 1e-5, 0, LBFGS_LINESEARCH_QUADRATIC, 40, 1e-20, 1e20, 1e-4, 0.9, 0.9, 1e-16,
-    0.0, 0, -1,
+    6, 1e-5, 0, 1e-5, 0, LBFGS_LINESEARCH_QUADRATIC, 40, 1e-20, 1e20, 1e-4, 0.9, 0.9, 1e-16, 0.0, 0, -1,
 };
 
 double Dot(const VectorXDMP& a, const VectorXDMP& b) {
@@ -56,8 +55,7 @@ void ForOwnRange(const VectorXDMP& x, int start, int end, F f) {
         const int first = x.offsets[p];
         const int from = std::max(start - first, 0);
         const int to = std::min(end - first, x.parts[p]->Dim());
-        for (int v = from; v < to; ++v)
-            f(p, v);
+        for (int v = from; v < to; ++v) f(p, v);
     }
 }
 
@@ -90,9 +88,9 @@ int CheckParameters(int n, lbfgs_parameter_t& p) {
     return 0;
 }
 
-typedef int (*line_search_proc)(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s,
-                                double* stp, const VectorXDMP& xp, const VectorXDMP& gp,
-                                VectorXDMP& w, tag_callback_data* cd, const lbfgs_parameter_t* param);
+typedef int (*line_search_proc)(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
+                                const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w,
+                                tag_callback_data* cd, const lbfgs_parameter_t* param);
 
 line_search_proc SelectLineSearch(const lbfgs_parameter_t& p) {
     if (p.orthantwise_c != 0.0) return line_search_backtracking_owlqn;
@@ -192,8 +190,7 @@ void Fit(lbfgs_workspace& ws, const VectorXDMP& x, int m, bool owlqn) {
 void lbfgs_parameter_init(lbfgs_parameter_t* param) { *param = kDefaultParam; }
 
 int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
-          lbfgs_progress_t proc_progress, void* instance, lbfgs_parameter_t* _param,
-          lbfgs_workspace* work) {
+          lbfgs_progress_t proc_progress, void* instance, lbfgs_parameter_t* _param, lbfgs_workspace* work) {
     lbfgs_parameter_t param = _param ? *_param : kDefaultParam;
     const int bad = CheckParameters(n, param);
     if (bad) return bad;
@@ -207,7 +204,7 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
     Fit(ws, x, m, owlqn);
     VectorXDMP &xp = ws.xp, &g = ws.g, &gp = ws.gp, &d = ws.d, &w = ws.w, &pg = ws.pg;
     std::vector<double> pf(param.past, 0.0);
-    const VectorXDMP& steepest = owlqn ? pg : g;   // the gradient the tests and directions use
+    const VectorXDMP& steepest = owlqn ? pg : g;  // the gradient the tests and directions use
 
     double fx = Evaluate(&cd, x, g, 0.0);
     fx = AddL1Term(fx, x, g, pg, n, param);
@@ -284,9 +281,9 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
     return ret;
 }
 
-int line_search_backtracking(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s,
-                             double* stp, const VectorXDMP& xp, const VectorXDMP& gp,
-                             VectorXDMP& w, tag_callback_data* cd, const lbfgs_parameter_t* param) {
+int line_search_backtracking(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
+                             const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w, tag_callback_data* cd,
+                             const lbfgs_parameter_t* param) {
     if (*stp <= 0.0) return LBFGSERR_INVALIDPARAMETERS;
     const double dginit = Dot(g, s);
     if (0.0 < dginit) return LBFGSERR_INCREASEGRADIENT;
@@ -317,10 +314,9 @@ int line_search_backtracking(int n, VectorXDMP& x, double* f, VectorXDMP& g, Vec
     }
 }
 
-int line_search_backtracking_owlqn(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s,
-                                   double* stp, const VectorXDMP& xp, const VectorXDMP& gp,
-                                   VectorXDMP& w, tag_callback_data* cd,
-                                   const lbfgs_parameter_t* param) {
+int line_search_backtracking_owlqn(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
+                                   const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w,
+                                   tag_callback_data* cd, const lbfgs_parameter_t* param) {
     if (*stp <= 0.0) return LBFGSERR_INVALIDPARAMETERS;
     const int start = param->orthantwise_start;
     const int end = OwlqnEnd(param, n);
@@ -338,7 +334,7 @@ int line_search_backtracking_owlqn(int n, VectorXDMP& x, double* f, VectorXDMP& 
         InTeam([&] {
             x.Init(xp);
             x.Add(s, *stp);
-            ForOwnRange(x, start, end, [&](int p, int v) {   // the projection
+            ForOwnRange(x, start, end, [&](int p, int v) {  // the projection
                 double& xv = (*x.parts[p])[v];
                 if (xv * (*w.parts[p])[v] <= 0.0) xv = 0.0;
             });
@@ -370,8 +366,8 @@ void owlqn_x1norm(double* norm, const VectorXDMP& x, int start, int end) {
     *norm += local;
 }
 
-void owlqn_pseudo_gradient(VectorXDMP& pg, const VectorXDMP& x, const VectorXDMP& g, int n,
-                           double c, int start, int end) {
+void owlqn_pseudo_gradient(VectorXDMP& pg, const VectorXDMP& x, const VectorXDMP& g, int n, double c,
+                           int start, int end) {
     pg.Init(g);
     ForOwnRange(x, start, end, [&](int p, int v) {
         const double xv = (*x.parts[p])[v];
@@ -382,9 +378,9 @@ void owlqn_pseudo_gradient(VectorXDMP& pg, const VectorXDMP& x, const VectorXDMP
         } else if (xv > 0.0) {
             out = gv + c;
         } else if (gv < -c) {
-            out = gv + c;   // the right partial derivative
+            out = gv + c;  // the right partial derivative
         } else if (gv > c) {
-            out = gv - c;   // the left partial derivative
+            out = gv - c;  // the left partial derivative
         } else {
             out = 0.0;
         }
@@ -402,11 +398,18 @@ struct Bracket {
 // The search's shared state: where the last evaluation was, and the test.
 class QuadraticSearch {
 public:
-    QuadraticSearch(VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
-                    const VectorXDMP& xp, tag_callback_data* cd, const lbfgs_parameter_t* param,
-                    double dginit)
-        : x_(x), f_(f), g_(g), s_(s), stp_(stp), xp_(xp), cd_(cd), param_(param),
-          finit_(*f), dginit_(dginit) {}
+    QuadraticSearch(VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp, const VectorXDMP& xp,
+                    tag_callback_data* cd, const lbfgs_parameter_t* param, double dginit)
+        : x_(x),
+          f_(f),
+          g_(g),
+          s_(s),
+          stp_(stp),
+          xp_(xp),
+          cd_(cd),
+          param_(param),
+          finit_(*f),
+          dginit_(dginit) {}
 
     double Eval(double t) {
         *stp_ = t;
@@ -417,8 +420,7 @@ public:
     }
     // Sufficient decrease and the curvature test at the point just evaluated.
     bool Accepts(double t, double f) const {
-        return f <= finit_ + t * param_->ftol * dginit_ &&
-               std::fabs(Dot(g_, s_)) <= -dginit_ * param_->gtol;
+        return f <= finit_ + t * param_->ftol * dginit_ && std::fabs(Dot(g_, s_)) <= -dginit_ * param_->gtol;
     }
     // Ends the search at the best point: count, or the failure when it is no
     // better than the start. x and g are brought back to t1 when a later
@@ -465,9 +467,9 @@ void NewEnd(Bracket& b, double t, double f) {
 
 }  // namespace
 
-int line_search_quardratic(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s,
-                           double* stp, const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w,
-                           tag_callback_data* cd, const lbfgs_parameter_t* param) {
+int line_search_quardratic(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
+                           const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w, tag_callback_data* cd,
+                           const lbfgs_parameter_t* param) {
     if (*stp <= 0.0) return LBFGSERR_INVALIDPARAMETERS;
     const double dginit = Dot(g, s);
     if (0.0 < dginit) return LBFGSERR_INCREASEGRADIENT;
@@ -524,8 +526,7 @@ int line_search_quardratic(int n, VectorXDMP& x, double* f, VectorXDMP& g, Vecto
     SolverData work;
     work.CreateForGeTRS(A);
     for (;;) {
-        if (b.t[2] - b.t[0] <= param->xtol * b.t[2])
-            return q.Finish(b.t[1], b.f[1], LBFGSERR_WIDTHTOOSMALL);
+        if (b.t[2] - b.t[0] <= param->xtol * b.t[2]) return q.Finish(b.t[1], b.f[1], LBFGSERR_WIDTHTOOSMALL);
         if (q.Exhausted()) return q.Finish(b.t[1], b.f[1], LBFGSERR_MAXIMUMLINESEARCH);
 
         for (int i = 0; i < 3; ++i) {

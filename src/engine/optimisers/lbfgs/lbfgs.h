@@ -45,13 +45,13 @@ enum {
 };
 
 struct lbfgs_parameter_t {
-    int m;                  // correction pairs kept
-    double epsilon;         // stop when gnorm / max(xnorm, 1) <= epsilon
-    int past;               // distance of the objective-decrease test; 0: none
-    double delta;           // smallest relative decrease over `past` iterations
-    int max_iterations;     // 0: unlimited
-    int linesearch;         // see the enum above
-    int max_linesearch;     // evaluations per line search
+    int m;               // correction pairs kept
+    double epsilon;      // stop when gnorm / max(xnorm, 1) <= epsilon
+    int past;            // distance of the objective-decrease test; 0: none
+    double delta;        // smallest relative decrease over `past` iterations
+    int max_iterations;  // 0: unlimited
+    int linesearch;      // see the enum above
+    int max_linesearch;  // evaluations per line search
     double min_step;
     double max_step;
     double ftol;            // sufficient decrease
@@ -63,29 +63,27 @@ struct lbfgs_parameter_t {
     int orthantwise_end;    // one past the last; negative: n
 };
 
-typedef double (*lbfgs_evaluate_t)(void* instance, const VectorXDMP& x, VectorXDMP& g, int n,
-                                   double step);
-typedef int (*lbfgs_progress_t)(void* instance, const VectorXDMP& x, const VectorXDMP& g,
-                                double fx, double xnorm, double gnorm, double step, int n, int k,
-                                int ls);
+typedef double (*lbfgs_evaluate_t)(void* instance, const VectorXDMP& x, VectorXDMP& g, int n, double step);
+typedef int (*lbfgs_progress_t)(void* instance, const VectorXDMP& x, const VectorXDMP& g, double fx,
+                                double xnorm, double gnorm, double step, int n, int k, int ls);
 
 // One correction pair of the two-loop recursion.
 struct tag_iteration_data {
     double alpha;
-    VectorXDMP s;   // x_{k+1} - x_k
-    VectorXDMP y;   // g_{k+1} - g_k
-    double ys;      // y . s
+    VectorXDMP s;  // x_{k+1} - x_k
+    VectorXDMP y;  // g_{k+1} - g_k
+    double ys;     // y . s
 };
 
 // The minimiser's own vectors. A caller that runs the minimiser again and
 // again keeps one, so that they are allocated once, not per run; it may also
 // make g and d of parts of its own, shaped as x, which are then used as they are.
 struct lbfgs_workspace {
-    VectorXDMP g, d;             // gradient, search direction
-    VectorXDMP xp, gp, w, pg;    // previous point and gradient, search scratch, pseudo-gradient
+    VectorXDMP g, d;           // gradient, search direction
+    VectorXDMP xp, gp, w, pg;  // previous point and gradient, search scratch, pseudo-gradient
     std::unique_ptr<tag_iteration_data[]> lm;
-    std::vector<double> beta;    // the two-loop's second scalars, one per pair
-    int m = 0;                   // pairs in lm
+    std::vector<double> beta;  // the two-loop's second scalars, one per pair
+    int m = 0;                 // pairs in lm
     // ys / yy of the last pair of an earlier run, 0 while there is none. A run
     // that finds it scales its first direction by it and tries the step 1, as
     // later iterations do, instead of a step of 1 / |g|: a gradient that has
@@ -115,19 +113,18 @@ int lbfgs(int n, VectorXDMP& x, double* ptr_fx, lbfgs_evaluate_t proc_evaluate,
 
 // The line searches: the evaluation count, or a status below zero.
 // Under OWL-QN gp is the pseudo-gradient.
-int line_search_backtracking(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s,
-                             double* stp, const VectorXDMP& xp, const VectorXDMP& gp,
-                             VectorXDMP& w, tag_callback_data* cd, const lbfgs_parameter_t* param);
-int line_search_backtracking_owlqn(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s,
-                                   double* stp, const VectorXDMP& xp, const VectorXDMP& gp,
-                                   VectorXDMP& w, tag_callback_data* cd,
-                                   const lbfgs_parameter_t* param);
-int line_search_quardratic(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s,
-                           double* stp, const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w,
-                           tag_callback_data* cd, const lbfgs_parameter_t* param);
+int line_search_backtracking(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
+                             const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w, tag_callback_data* cd,
+                             const lbfgs_parameter_t* param);
+int line_search_backtracking_owlqn(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
+                                   const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w,
+                                   tag_callback_data* cd, const lbfgs_parameter_t* param);
+int line_search_quardratic(int n, VectorXDMP& x, double* f, VectorXDMP& g, VectorXDMP& s, double* stp,
+                           const VectorXDMP& xp, const VectorXDMP& gp, VectorXDMP& w, tag_callback_data* cd,
+                           const lbfgs_parameter_t* param);
 
 // Parallel-region operations of OWL-QN over the long index range [start, end):
 // adds the L1 norm to *norm atomically; pg = the pseudo-gradient.
 void owlqn_x1norm(double* norm, const VectorXDMP& x, int start, int end);
-void owlqn_pseudo_gradient(VectorXDMP& pg, const VectorXDMP& x, const VectorXDMP& g, int n,
-                           double c, int start, int end);
+void owlqn_pseudo_gradient(VectorXDMP& pg, const VectorXDMP& x, const VectorXDMP& g, int n, double c,
+                           int start, int end);
