@@ -15,15 +15,17 @@ inline void ForOwnParts(int nParts, F f) {
     for (int p = omp_get_thread_num(); p < nParts; p += step) f(p);
 }
 
-// Square sum over the parts, then the root (or its inverse) by one thread;
-// every thread leaves with the final value.
-void FinishNorm(double* result, double partial, bool inverse) {
-#pragma omp atomic
-    *result += partial;
+// Adds the per-part sums to *result in part order, by one thread, so that a
+// run gives the same digits each time; `finish` then maps the total. The
+// implied barrier at the end of single publishes the value to every thread.
+template <class Finish>
+void SumInPartOrder(double* result, const std::vector<double>& partSums, Finish finish) {
 #pragma omp barrier
 #pragma omp single
-    *result = inverse ? 1.0 / std::sqrt(*result) : std::sqrt(*result);
-    // The implied barrier at the end of single publishes the value.
+    {
+        for (double s : partSums) *result += s;
+        *result = finish(*result);
+    }
 }
 
 // The per-part arithmetic, in plain loops rather than BLAS calls: a threaded
@@ -67,11 +69,13 @@ VectorXDMP::VectorXDMP(VectorXDMP& V) : Object() {
 void VectorXDMP::AddPart(VectorXD* part) {
     offsets.push_back(Length());
     parts.add(part);
+    partSums.push_back(0.0);
 }
 
 void VectorXDMP::Resize(const VectorXDMP& V) {
     parts.clear();
     offsets.clear();
+    partSums.clear();
     for (int p = 0; p < V.parts.size(); ++p) AddPart(new VectorXD(V.parts[p]->Dim()));
 }
 
@@ -106,21 +110,16 @@ VectorXDMP& VectorXDMP::operator*=(double a) {
 }
 
 void VectorXDMP::Dot(double* result, const VectorXDMP& V) const {
-    ForOwnParts(parts.size(), [&](int p) {
-        const double d = InnerProduct(*parts[p], *V.parts[p]);
-#pragma omp atomic
-        *result += d;
-    });
+    ForOwnParts(parts.size(), [&](int p) { partSums[p] = InnerProduct(*parts[p], *V.parts[p]); });
+    SumInPartOrder(result, partSums, [](double x) { return x; });
 }
 
 void VectorXDMP::Norm2(double* result) const {
-    double s = 0.0;
-    ForOwnParts(parts.size(), [&](int p) { s += InnerProduct(*parts[p], *parts[p]); });
-    FinishNorm(result, s, false);
+    ForOwnParts(parts.size(), [&](int p) { partSums[p] = InnerProduct(*parts[p], *parts[p]); });
+    SumInPartOrder(result, partSums, [](double x) { return std::sqrt(x); });
 }
 
 void VectorXDMP::Norm2inv(double* result) const {
-    double s = 0.0;
-    ForOwnParts(parts.size(), [&](int p) { s += InnerProduct(*parts[p], *parts[p]); });
-    FinishNorm(result, s, true);
+    ForOwnParts(parts.size(), [&](int p) { partSums[p] = InnerProduct(*parts[p], *parts[p]); });
+    SumInPartOrder(result, partSums, [](double x) { return 1.0 / std::sqrt(x); });
 }

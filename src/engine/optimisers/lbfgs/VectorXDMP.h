@@ -21,6 +21,9 @@ class VectorXDMP : public Object {
 public:
     ObjVector<VectorXD> parts;
     std::vector<int> offsets;  // index of each part's first element
+    // One sum per part, filled by Dot and the norms and added in part order;
+    // sized with the parts, so that no cycle allocates.
+    mutable std::vector<double> partSums;
 
     VectorXDMP() = default;
     // A deep copy: new parts of the same lengths holding the same values.
@@ -41,8 +44,9 @@ public:
     void Diff(const VectorXDMP& A, const VectorXDMP& B);  // this = A - B
     void Add(const VectorXDMP& V, double a);              // this += a V
     VectorXDMP& operator*=(double a);
-    // Adds this . V to *result atomically; *result must be zero before the
-    // region, and the caller places a barrier before any thread reads it.
+    // Adds this . V to *result, the parts in order; *result must be zero
+    // before the region, and every thread sees the sum on return. Must be
+    // reached by all threads of the region.
     void Dot(double* result, const VectorXDMP& V) const;
     // *result = |this| (or 1 / |this|), seen by every thread on return; must
     // be reached by all threads of the region, and *result must start at zero.

@@ -136,14 +136,12 @@ double NextDirection(lbfgs_workspace& ws, const VectorXDMP& x, const VectorXDMP&
         int j = newest + 1;
         for (int i = 0; i < bound; ++i) {
             j = (j + m - 1) % m;
-            lm[j].s.Dot(&lm[j].alpha, ws.d);
-#pragma omp barrier
+            lm[j].s.Dot(&lm[j].alpha, ws.d);  // returns with the sum seen by all
             ws.d.Add(lm[j].y, -lm[j].alpha / lm[j].ys);
         }
         ws.d *= ys / yy;
         for (int i = 0; i < bound; ++i) {
             lm[j].y.Dot(&ws.beta[j], ws.d);
-#pragma omp barrier
             ws.d.Add(lm[j].s, lm[j].alpha / lm[j].ys - ws.beta[j] / lm[j].ys);
             j = (j + 1) % m;
         }
